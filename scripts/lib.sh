@@ -1,0 +1,55 @@
+# Shared by the commands in this folder; sourced, not run.
+set -eu
+
+top=$(CDPATH= cd -- "$(dirname -- "$0")/.." && pwd)
+cd "$top"
+
+say() { printf '== %s\n' "$*"; }
+
+fail() {
+  printf 'FAILED: %s\n' "$*" >&2
+  exit 1
+}
+
+# Debian packages that building and testing need, in the order of the rooms that use them.
+packages='g++ cmake ninja-build pkg-config libgtk2.0-dev libgdk-pixbuf2.0-bin libyajl-dev
+  libjavascriptcoregtk-4.1-dev libcurl4-openssl-dev libcpp-httplib-dev libpugixml-dev
+  libgtest-dev libgmock-dev xvfb xauth xdotool x11-utils imagemagick dbus-x11
+  fonts-dejavu-core python3'
+
+as_root() {
+  if [ "$(id -u)" -eq 0 ]; then
+    "$@"
+  elif command -v sudo >/dev/null 2>&1; then
+    sudo "$@"
+  else
+    fail "installing packages needs root or sudo: $*"
+  fi
+}
+
+installed() { [ "$(dpkg-query -W -f '${db:Status-Status}' "$1" 2>/dev/null)" = installed ]; }
+
+# Installs what is missing of the packages given (default: all of the list above).
+need_packages() {
+  missing=
+  for package in ${*:-$packages}; do
+    installed "$package" || missing="$missing $package"
+  done
+  [ -n "$missing" ] || return 0
+  command -v apt-get >/dev/null 2>&1 || fail "these packages are missing and there is no apt-get:$missing"
+  say "Installing:$missing"
+  as_root apt-get update -q >/dev/null || fail "the package lists could not be fetched (apt-get update)"
+  # shellcheck disable=SC2086
+  as_root env DEBIAN_FRONTEND=noninteractive apt-get install -q -y --no-install-recommends $missing \
+    >/dev/null || fail "apt-get could not install:$missing"
+}
+
+# Configures and builds a preset. What did not change is not built again.
+build_preset() {
+  say "Building (preset $1, in build/$1)"
+  output=$(cmake --preset "$1" 2>&1) || {
+    printf '%s\n' "$output" >&2
+    fail "cmake could not configure the preset $1"
+  }
+  cmake --build --preset "$1" || fail "the preset $1 does not build"
+}

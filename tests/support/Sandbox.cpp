@@ -1,0 +1,99 @@
+#include "tests/support/Sandbox.h"
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <stdexcept>
+
+namespace fs = std::filesystem;
+
+namespace test_support {
+
+Sandbox::Sandbox() {
+  std::string name = fs::temp_directory_path() / "orvane-test-XXXXXX";
+  if (mkdtemp(name.data()) == nullptr) {
+    throw std::runtime_error("cannot make a private home directory");
+  }
+  _home = fs::canonical(name);
+  for (const char* folder : {"etc", "var/log", "var/run"}) {
+    fs::create_directories(dataPath(folder));
+  }
+  setenv("HOME", _home.c_str(), 1);
+}
+
+Sandbox::~Sandbox() {
+  std::error_code ignored;
+  fs::remove_all(_home, ignored);
+}
+
+void Sandbox::writeUrlFile(const std::string& url) const {
+  writeFile(dataPath("var/run/http.uri"), url);
+}
+
+void Sandbox::writeUrlFile(int port) const {
+  writeUrlFile("http://127.0.0.1:" + std::to_string(port) + "/");
+}
+
+void Sandbox::writePathFile(const std::string& directory) const {
+  writeFile(dataPath("etc/orvanepellion.path"), directory);
+}
+
+void Sandbox::installApplication(const std::string& script) const {
+  fs::create_directories(path("application"));
+  const std::string program = path("application/orvanepellion");
+  writeFile(program, script);
+  fs::permissions(program, fs::perms::owner_all);
+  writePathFile(path("application"));
+}
+
+std::string Sandbox::logText() const {
+  std::string text;
+  for (char digit = '0'; digit <= '9'; ++digit) {
+    text +=
+        readFile(dataPath(std::string("var/log/orvane-pellion-browser-plugin.") + digit + ".log"));
+  }
+  return text;
+}
+
+std::vector<std::string> Sandbox::logLines(const std::string& text) const {
+  std::vector<std::string> found;
+  std::istringstream lines(logText());
+  for (std::string line; std::getline(lines, line);) {
+    if (line.find(text) != std::string::npos) {
+      found.push_back(line);
+    }
+  }
+  return found;
+}
+
+void writeFile(const std::string& path, const std::string& content) {
+  std::ofstream file(path, std::ios::binary | std::ios::trunc);
+  file << content;
+  if (!file.flush()) {
+    throw std::runtime_error("cannot write " + path);
+  }
+}
+
+std::string readFile(const std::string& path) {
+  std::ifstream file(path, std::ios::binary);
+  return std::string(std::istreambuf_iterator<char>(file), {});
+}
+
+static size_t countEntries(const char* directory) {
+  size_t count = 0;
+  for ([[maybe_unused]] const auto& entry : fs::directory_iterator(directory)) {
+    ++count;
+  }
+  return count;
+}
+
+size_t countDescriptors() {
+  return countEntries("/proc/self/fd");
+}
+
+size_t countThreads() {
+  return countEntries("/proc/self/task");
+}
+
+}  // namespace test_support

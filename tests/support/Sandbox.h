@@ -1,0 +1,50 @@
+#ifndef TESTS_SUPPORT_SANDBOX_H_
+#define TESTS_SUPPORT_SANDBOX_H_
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+namespace test_support {
+
+// A private home directory for one test, with the per-user tree that the installed application
+// would have made; HOME names it. Removed when the test ends.
+class Sandbox : public testing::Test {
+ protected:
+  Sandbox();
+  ~Sandbox() override;
+
+  const std::string& home() const { return _home; }
+  // Below the home directory, without a leading slash.
+  std::string path(const std::string& relative) const { return _home + "/" + relative; }
+  // Below the application's data directory, ".orvane/pellion".
+  std::string dataPath(const std::string& relative) const {
+    return path(".orvane/pellion/" + relative);
+  }
+
+  // What the application publishes: its address file, and the path file that names its directory.
+  void writeUrlFile(const std::string& url) const;
+  void writeUrlFile(int port) const;
+  void writePathFile(const std::string& directory) const;
+
+  // An executable script in a directory of its own, as "orvanepellion"; the path file names it.
+  void installApplication(const std::string& script) const;
+
+  // The log's text so far (all ring members in order), and the lines of it that hold `text`.
+  std::string logText() const;
+  std::vector<std::string> logLines(const std::string& text) const;
+
+ private:
+  std::string _home;
+};
+
+void writeFile(const std::string& path, const std::string& content);
+std::string readFile(const std::string& path);
+// Open descriptors and threads of this process, for "back where it was" checks.
+size_t countDescriptors();
+size_t countThreads();
+
+}  // namespace test_support
+
+#endif  // TESTS_SUPPORT_SANDBOX_H_

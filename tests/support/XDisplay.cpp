@@ -1,0 +1,229 @@
+#include "tests/support/XDisplay.h"
+
+#include <fcntl.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <cstdio>
+#include <cstdlib>
+#include <sstream>
+#include <stdexcept>
+
+#include "tests/support/WaitFor.h"
+
+namespace test_support {
+
+namespace {
+
+constexpr int kScreenWidth = 1024;
+
+void pause(int milliseconds) {
+  std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
+}
+
+std::string quoted(const std::string& text) {
+  std::string result = "'";
+  for (const char c : text) {
+    result += c == '\'' ? std::string("'\\''") : std::string(1, c);
+  }
+  return result + "'";
+}
+
+// The output of an xdotool command, without the last line break.
+std::string xdotool(const std::string& arguments) {
+  FILE* pipe = popen(("xdotool " + arguments + " 2>/dev/null").c_str(), "re");
+  if (pipe == nullptr) {
+    throw std::runtime_error("xdotool cannot be run");
+  }
+  std::string output;
+  std::array<char, 256> buffer;
+  while (fgets(buffer.data(), buffer.size(), pipe) != nullptr) {
+    output += buffer.data();
+  }
+  pclose(pipe);
+  while (!output.empty() && output.back() == '\n') {
+    output.pop_back();
+  }
+  return output;
+}
+
+struct Geometry {
+  int x, y, width, height;
+};
+
+Geometry geometryOf(const std::string& window) {
+  Geometry at = {};
+  int id = 0;
+  const std::string shell = xdotool("getwindowgeometry --shell " + window);
+  sscanf(shell.c_str(), "WINDOW=%d\nX=%d\nY=%d\nWIDTH=%d\nHEIGHT=%d", &id, &at.x, &at.y, &at.width,
+         &at.height);
+  return at;
+}
+
+struct Point {
+  int x, y;
+};
+
+Point middleOf(const std::string& window) {
+  const Geometry at = geometryOf(window);
+  return {at.x + at.width / 2, at.y + at.height / 2};
+}
+
+// Passes over the screen itself and GTK's tiny helper windows, which have no title either.
+std::string findWindow(const std::string& title) {
+  std::istringstream windows(xdotool("search --onlyvisible --name " + quoted("^" + title + "$")));
+  for (std::string window; std::getline(windows, window);) {
+    const int width = geometryOf(window).width;
+    if (width > 50 && width < kScreenWidth) {
+      return window;
+    }
+  }
+  return std::string();
+}
+
+void movePointer(int x, int y) {
+  xdotool("mousemove " + std::to_string(x) + " " + std::to_string(y));
+  pause(20);
+}
+
+}  // namespace
+
+XDisplay::XDisplay() {
+  int ends[2];
+  if (pipe(ends) != 0) {
+    throw std::runtime_error("no pipe");
+  }
+  _server = fork();
+  if (_server == 0) {
+    close(ends[0]);
+    const int quiet = open("/dev/null", O_WRONLY);
+    dup2(quiet, 2);
+    execlp("Xvfb", "Xvfb", "-displayfd", std::to_string(ends[1]).c_str(), "-screen", "0",
+           "1024x768x24", "-nolisten", "tcp", nullptr);
+    _exit(127);
+  }
+  close(ends[1]);
+  std::string number;
+  for (char c; read(ends[0], &c, 1) == 1 && c != '\n';) {
+    number += c;
+  }
+  close(ends[0]);
+  if (number.empty()) {
+    waitpid(_server, nullptr, 0);
+    throw std::runtime_error("Xvfb did not start");
+  }
+  setenv("DISPLAY", (":" + number).c_str(), 1);
+}
+
+XDisplay::~XDisplay() {
+  kill(_server, SIGTERM);
+  waitpid(_server, nullptr, 0);
+}
+
+namespace user {
+
+std::string waitForWindow(const std::string& title) {
+  std::string window;
+  if (!waitFor([&] { return !(window = findWindow(title)).empty(); })) {
+    throw std::runtime_error("no window '" + title + "'");
+  }
+  return window;
+}
+
+void waitForNoWindow(const std::string& title) {
+  if (!waitFor([&] { return findWindow(title).empty(); })) {
+    throw std::runtime_error("the window '" + title + "' stays");
+  }
+}
+
+void enter(const std::string& window) {
+  const Point middle = middleOf(window);
+  movePointer(middle.x, middle.y);
+  pause(300);
+}
+
+void key(const std::string& keys) {
+  xdotool("key " + keys);
+}
+
+void type(const std::string& text) {
+  xdotool("type --delay 12 " + quoted(text));
+}
+
+void choosePath(const std::string& title, const std::string& path) {
+  enter(waitForWindow(title));
+  key("ctrl+a");
+  type(path);
+  pause(150);
+  key("Delete");
+  key("Return");
+}
+
+void chooseAllIn(const std::string& title, const std::string& directory) {
+  const std::string window = waitForWindow(title);
+  choosePath(title, directory + "/");
+  pause(500);
+  const Point middle = middleOf(window);
+  movePointer(middle.x + 60, middle.y + 60);
+  xdotool("click 1");
+  pause(150);
+  key("ctrl+a");
+  pause(150);
+  key("Return");
+}
+
+void cancel(const std::string& title) {
+  enter(waitForWindow(title));
+  key("Escape");
+}
+
+void answerOverwrite(bool replace) {
+  enter(waitForWindow(""));
+  key(replace ? "Return" : "Escape");
+}
+
+void drag(const std::string& from, const std::string& to) {
+  const Point start = middleOf(from);
+  const Point end = middleOf(to);
+  movePointer(start.x, start.y);
+  xdotool("mousedown 1");
+  pause(20);
+  for (int i = 1; i <= 3; ++i) {
+    movePointer(start.x + 8 * i, start.y);
+  }
+  for (int i = 1; i <= 6; ++i) {
+    movePointer(start.x + (end.x - start.x) * i / 6, start.y + (end.y - start.y) * i / 6);
+  }
+  for (int i = 1; i <= 3; ++i) {
+    movePointer(end.x + i, end.y);
+  }
+  xdotool("mouseup 1");
+}
+
+}  // namespace user
+
+UserThread::UserThread(std::function<void()> steps)
+    : _thread([this, steps = std::move(steps)] {
+        try {
+          steps();
+        } catch (...) {
+          _error = std::current_exception();
+        }
+      }) {}
+
+UserThread::~UserThread() {
+  if (_thread.joinable()) {
+    _thread.join();
+  }
+}
+
+void UserThread::join() {
+  _thread.join();
+  if (_error) {
+    std::rethrow_exception(_error);
+  }
+}
+
+}  // namespace test_support

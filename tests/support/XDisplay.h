@@ -1,0 +1,64 @@
+#ifndef TESTS_SUPPORT_X_DISPLAY_H_
+#define TESTS_SUPPORT_X_DISPLAY_H_
+
+#include <sys/types.h>
+
+#include <exception>
+#include <functional>
+#include <string>
+#include <thread>
+
+namespace test_support {
+
+// A virtual X server of its own (Xvfb, on a display that it picks), ended with the object. DISPLAY
+// names it from the construction on.
+class XDisplay {
+ public:
+  XDisplay();
+  ~XDisplay();
+  XDisplay(const XDisplay&) = delete;
+  XDisplay& operator=(const XDisplay&) = delete;
+
+ private:
+  pid_t _server;
+};
+
+// What a user does at the screen, with real pointer and key events (xdotool). Each call blocks; a
+// window that does not come within 20 seconds throws a runtime error.
+namespace user {
+
+// The first visible window whose title is `title` as a regular expression between ^ and $.
+std::string waitForWindow(const std::string& title);
+void waitForNoWindow(const std::string& title);
+// Moves the pointer into the window, where the keys go.
+void enter(const std::string& window);
+void key(const std::string& keys);
+void type(const std::string& text);
+// In an open, folder or save dialog of that title: names an absolute path and accepts.
+void choosePath(const std::string& title, const std::string& path);
+// In an open dialog that allows several files: all files of a directory.
+void chooseAllIn(const std::string& title, const std::string& directory);
+void cancel(const std::string& title);
+// The chooser's question whether a file may be replaced.
+void answerOverwrite(bool replace);
+// Drags from the middle of one window to the middle of another.
+void drag(const std::string& from, const std::string& to);
+
+}  // namespace user
+
+// Runs a user's steps on a thread of their own while the main thread blocks in a dialog. Rethrows
+// on join what a step threw.
+class UserThread {
+ public:
+  explicit UserThread(std::function<void()> steps);
+  ~UserThread();
+  void join();
+
+ private:
+  std::exception_ptr _error;
+  std::thread _thread;
+};
+
+}  // namespace test_support
+
+#endif  // TESTS_SUPPORT_X_DISPLAY_H_

@@ -1,0 +1,153 @@
+#include "ovlib/ovfile.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+
+#include "ovlib/overrno.h"
+#include "ovlib/ovlog.h"
+#include "ovlib/ovpath.h"
+
+namespace {
+
+int resultOf(int call) {
+  return call == 0 ? OV_OK : errno;
+}
+
+int openFile(ov_file_t* file, const char* path, int flags, unsigned mode) {
+  if (file == nullptr || path == nullptr) {
+    return OV_EINVAL;
+  }
+  *file = open(path, flags | O_CLOEXEC, mode);
+  return *file == -1 ? errno : OV_OK;
+}
+
+void storeCount(size_t* count, ssize_t transferred) {
+  if (count != nullptr) {
+    *count = transferred < 0 ? 0 : static_cast<size_t>(transferred);
+  }
+}
+
+int kindOf(mode_t mode) {
+  switch (mode & S_IFMT) {
+    case S_IFDIR:
+      return OV_FILE_DIRECTORY;
+    case S_IFREG:
+      return OV_FILE_REGULAR;
+    case S_IFCHR:
+      return OV_FILE_CHAR;
+    case S_IFBLK:
+      return OV_FILE_BLOCK;
+    case S_IFIFO:
+      return OV_FILE_FIFO;
+    case S_IFSOCK:
+      return OV_FILE_SOCK;
+    case S_IFLNK:
+      return OV_FILE_SYMLINK;
+    default:
+      return OV_FILE_UNKNOWN;
+  }
+}
+
+void fillStatus(const struct stat& from, ov_file_status* status) {
+  status->kind = kindOf(from.st_mode);
+  status->size = static_cast<uint64_t>(from.st_size);
+  status->atime = from.st_atime;
+  status->mtime = from.st_mtime;
+  status->ctime = from.st_ctime;
+}
+
+}  // namespace
+
+int ov_file_init(ov_file_t* file) {
+  if (file == nullptr) {
+    return OV_EINVAL;
+  }
+  *file = -1;
+  return OV_OK;
+}
+
+int ov_file_openread(ov_file_t* file, const char* path) {
+  return openFile(file, path, O_RDONLY, 0);
+}
+
+int ov_file_openappend(ov_file_t* file, const char* path, unsigned mode) {
+  return openFile(file, path, O_WRONLY | O_CREAT | O_APPEND, mode);
+}
+
+int ov_file_read(ov_file_t file, void* buffer, size_t size, size_t* count) {
+  const ssize_t got = read(file, buffer, size);
+  const int error = errno;
+  storeCount(count, got);
+  return got == -1 ? error : OV_OK;
+}
+
+int ov_file_write(ov_file_t file, const void* buffer, size_t size, size_t* count) {
+  const ssize_t written = write(file, buffer, size);
+  const int error = errno;
+  storeCount(count, written);
+  if (written == -1) {
+    ov_err("ov_file_write: write failed. error=%d", error);
+    return error;
+  }
+  return OV_OK;
+}
+
+int ov_file_flush(ov_file_t file) {
+  return file == -1 ? static_cast<int>(OV_EINVAL) : resultOf(fdatasync(file));
+}
+
+int ov_file_close(ov_file_t* file) {
+  if (file == nullptr) {
+    return OV_EINVAL;
+  }
+  const int result = resultOf(close(*file));
+  *file = -1;
+  return result;
+}
+
+int ov_file_delete(const char* path) {
+  return path == nullptr ? static_cast<int>(OV_EINVAL) : resultOf(unlink(path));
+}
+
+int ov_file_hardlink(const char* existing, const char* link_name) {
+  if (existing == nullptr || link_name == nullptr) {
+    return OV_EINVAL;
+  }
+  return resultOf(link(existing, link_name));
+}
+
+int ov_file_stat(const char* path, ov_file_status* status) {
+  struct stat found = {};
+  if (path == nullptr || status == nullptr) {
+    return OV_EINVAL;
+  }
+  if (stat(path, &found) != 0) {
+    return errno;
+  }
+  fillStatus(found, status);
+  return OV_OK;
+}
+
+int ov_file_fstat(ov_file_t file, ov_file_status* status) {
+  struct stat found = {};
+  if (status == nullptr) {
+    return OV_EINVAL;
+  }
+  if (fstat(file, &found) != 0) {
+    return errno;
+  }
+  fillStatus(found, status);
+  return OV_OK;
+}
+
+int ov_file_tounixpath(char* path) {
+  if (path == nullptr) {
+    return OV_EINVAL;
+  }
+  ov_path_convert_path_to_forward_slashes(path);
+  return OV_OK;
+}

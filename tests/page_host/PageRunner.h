@@ -1,0 +1,49 @@
+#ifndef TESTS_PAGE_HOST_PAGE_RUNNER_H_
+#define TESTS_PAGE_HOST_PAGE_RUNNER_H_
+
+#include <sys/types.h>
+
+#include <string>
+#include <vector>
+
+#include "tests/support/Sandbox.h"
+
+namespace test_support {
+
+struct PageResult {
+  std::string out;
+  std::string err;
+  int code;  // negative: the number of the signal that ended it
+};
+
+// Runs orvane-page-host with the probe module on scripts that stand in a test.
+class PageRunner : public Sandbox {
+ protected:
+  PageRunner();
+  ~PageRunner() override;
+
+  // The script is the private home's "page.js"; a time limit stands behind it.
+  PageResult runPage(const std::string& script, const std::vector<std::string>& options = {});
+  // The program alone, with nothing added.
+  PageResult runProgram(const std::vector<std::string>& arguments);
+
+  // For pages that stay open: one at a time.
+  void startPage(const std::string& script, const std::vector<std::string>& options);
+  std::string output() const;
+  PageResult finishPage();
+  pid_t process() const { return _process; }
+
+  static const char* program();
+  static const char* probe();
+
+ private:
+  std::vector<std::string> pageArguments(const std::string& script,
+                                         const std::vector<std::string>& options) const;
+  void start(const std::vector<std::string>& arguments);
+
+  pid_t _process = -1;
+};
+
+}  // namespace test_support
+
+#endif  // TESTS_PAGE_HOST_PAGE_RUNNER_H_

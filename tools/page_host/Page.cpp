@@ -1,0 +1,179 @@
+#include "tools/page_host/Page.h"
+
+#include <unistd.h>
+
+#include <cassert>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+
+#include "tools/page_host/Address.h"
+#include "tools/page_host/BrowserTable.h"
+#include "tools/page_host/PageGlobals.h"
+#include "tools/page_host/Watchdog.h"
+
+namespace page_host {
+
+static Page* thePage = nullptr;
+
+static std::string fileName(const std::string& path) {
+  return std::filesystem::path(path).filename();
+}
+
+Page::Page(const Options& options) : _options(options) {
+  thePage = this;
+}
+
+Page::~Page() {
+  thePage = nullptr;
+}
+
+Page& Page::current() {
+  assert(thePage != nullptr);
+  return *thePage;
+}
+
+std::string Page::address() const {
+  return _options.hostname.empty()
+             ? fileAddress(_options.script)
+             : "http://" + _options.hostname + "/" + fileName(_options.script);
+}
+
+int Page::run() {
+  _watchdog = std::make_unique<Watchdog>(_options.timeoutSeconds, [] {
+    MainLoop::post([] {
+      if (thePage != nullptr) {
+        thePage->quit(kExitTimeout);
+      }
+    });
+  });
+  std::string error;
+  if (!setUp(&error)) {
+    std::fprintf(stderr, "orvane-page-host: %s\n", error.c_str());
+    tearDown();
+    return kExitUsage;
+  }
+  MainLoop::post([this] { runScript(); });
+  _loop.run();
+  waitForUser();
+  tearDown();
+  return exitCode();
+}
+
+bool Page::setUp(std::string* error) {
+  std::ifstream file(_options.script, std::ios::binary);
+  if (!file || std::filesystem::is_directory(_options.script)) {
+    *error = "the page script " + _options.script + " cannot be read";
+    return false;
+  }
+  _source.assign(std::istreambuf_iterator<char>(file), {});
+  const std::string path = Module::find(_options.modulePath, error);
+  if (path.empty() || (_options.window && !openWindow(error)) || !_module.load(path, error)) {
+    return false;
+  }
+  _engine = std::make_unique<ScriptEngine>(
+      [this](const std::string& exception) { _console.problem(exception); });
+  _bridge = std::make_unique<ScriptBridge>(_engine.get());
+  _timers = std::make_unique<Timers>(_engine.get());
+  const InstanceServices services = {&_module.functions(), _bridge.get(), _window.get(), &_options,
+                                     fileAddress(_options.script)};
+  _instances = std::make_unique<Instances>(services);
+  if (_options.failFast) {
+    _console.onProblem([this] { quit(kExitPageError); });
+  }
+  definePageGlobals(this);
+  if (!_module.start(browserTable(), error)) {
+    return false;
+  }
+  const auto plugin = _instances->create(_module.mimeType(), _options.params, error);
+  if (plugin != nullptr) {
+    _engine->set(_engine->global(), "plugin", plugin->element());
+  }
+  return plugin != nullptr;
+}
+
+bool Page::openWindow(std::string* error) {
+  _window = WindowLink::open(fileName(_options.script), error);
+  if (_window == nullptr) {
+    return false;
+  }
+  _window->status("Running");
+  _window->onClosed([this] { quit(0); });
+  _console.setMirror([this](Console::Level level, const std::string& text) {
+    static const char* const kKinds[] = {"log", "warning", "error"};
+    _window->print(kKinds[static_cast<int>(level)], text);
+  });
+  return true;
+}
+
+void Page::runScript() {
+  if (_engine->evaluate(_source, _options.script, nullptr) == nullptr) {
+    quit(kExitPageError);
+  }
+}
+
+void Page::quit(int code) {
+  if (_ended) {
+    return;
+  }
+  _ended = true;
+  _code = code;
+  _loop.quit();
+  // The page's own loop ends before it comes to this; a loop nested in it (a dialog's) does not.
+  MainLoop::post([this] { endNested(); });
+}
+
+// What is below on the stack cannot be left any more: the instances end, the rest ends with the
+// process.
+void Page::endNested() {
+  if (!_tornDown) {
+    _instances->endAll();
+    std::fflush(nullptr);
+    _exit(exitCode());
+  }
+}
+
+void Page::waitForUser() {
+  _tornDown = true;
+  if (_window == nullptr || !_options.keepOpen || _window->closed()) {
+    return;
+  }
+  _watchdog.reset();  // the user may take any time
+  _timers->clearAll();
+  _window->status(exitCode() == 0 ? "Done" : "Ended with code " + std::to_string(exitCode()));
+  MainLoop waiting;
+  _window->onClosed([&waiting] { waiting.quit(); });
+  waiting.run();
+  _window->onClosed([] {});
+}
+
+void Page::tearDown() {
+  _tornDown = true;
+  if (_instances != nullptr) {
+    _instances->endAll();
+  }
+  if (_timers != nullptr) {
+    _timers->clearAll();
+  }
+  if (_bridge != nullptr) {
+    _bridge->close();
+    _timers.reset();
+    _engine.reset();
+    _bridge->dropCollected();
+  }
+  _module.stop();
+  _instances.reset();
+  _console.setMirror(nullptr);
+  _window.reset();
+}
+
+int Page::exitCode() const {
+  return _code == 0 && _console.problems() > 0 ? kExitPageError : _code;
+}
+
+void Page::blameModule(const std::string& text) {
+  _console.problem("orvane-page-host: the module " + text);
+}
+
+}  // namespace page_host

@@ -1,0 +1,54 @@
+#ifndef TOOLS_PAGE_HOST_PAGE_WINDOW_H_
+#define TOOLS_PAGE_HOST_PAGE_WINDOW_H_
+
+#include <gtk/gtk.h>
+
+#include <functional>
+#include <map>
+#include <string>
+
+namespace page_host {
+
+// The window as the user sees it: a heading with the page's name and state, the plugins' areas,
+// progress bars, and the page's output. For the window's process only.
+class PageWindow {
+ public:
+  // `closed` is called when the user closes the window, which is then only hidden: the plugin
+  // inside is taken down by its own process first.
+  explicit PageWindow(std::function<void()> closed);
+  ~PageWindow();
+  PageWindow(const PageWindow&) = delete;
+  PageWindow& operator=(const PageWindow&) = delete;
+
+  unsigned long id() const;
+  void setTitle(const std::string& title);
+  void setStatus(const std::string& text);
+  // The socket's X window.
+  unsigned long addArea(const std::string& id, int width, int height);
+  void removeArea(const std::string& id);
+  // `kind` is "log", "warning" or "error".
+  void print(const std::string& kind, const std::string& text);
+  void setProgress(const std::string& id, double fraction, const std::string& text);
+
+ private:
+  static gboolean deleted(GtkWidget* widget, GdkEvent* event, gpointer self);
+  static gboolean scrollToEnd(gpointer self);
+  void showEnd();
+  GtkWidget* makeHeading();
+  GtkWidget* makeOutput();
+
+  std::function<void()> _closed;
+  GtkWidget* _window;
+  GtkWidget* _title = nullptr;
+  GtkWidget* _status = nullptr;
+  GtkWidget* _areaBox;
+  GtkWidget* _progressBox;
+  GtkWidget* _output = nullptr;
+  guint _scrollStep = 0;
+  std::map<std::string, GtkWidget*> _areas;
+  std::map<std::string, GtkWidget*> _bars;
+};
+
+}  // namespace page_host
+
+#endif  // TOOLS_PAGE_HOST_PAGE_WINDOW_H_

@@ -1,0 +1,236 @@
+#include "tools/page_host/ScriptBridge.h"
+
+#include <cassert>
+
+#include "tools/page_host/MainLoop.h"
+#include "tools/page_host/NpObjects.h"
+#include "tools/page_host/PageObject.h"
+#include "tools/page_host/PluginObject.h"
+#include "tools/page_host/Text.h"
+
+namespace page_host {
+
+static ScriptBridge* theBridge = nullptr;
+
+static JSObjectRef protectedFunction(const ScriptEngine& engine, JSObjectRef object,
+                                     const char* name) {
+  JSObjectRef function = JSValueToObject(engine.context(), engine.get(object, name), nullptr);
+  assert(function != nullptr);
+  JSValueProtect(engine.context(), function);
+  return function;
+}
+
+// What stands for module objects may be collected; the engine's public interface offers no weak
+// handle, so the script's own WeakRef is taken before the page can touch it.
+ScriptBridge::ScriptBridge(ScriptEngine* engine) : _engine(engine) {
+  theBridge = this;
+  _weakRef = protectedFunction(*engine, engine->global(), "WeakRef");
+  JSValueRef prototype = engine->get(_weakRef, "prototype");
+  _deref =
+      protectedFunction(*engine, JSValueToObject(engine->context(), prototype, nullptr), "deref");
+}
+
+ScriptBridge::~ScriptBridge() {
+  theBridge = nullptr;
+}
+
+ScriptBridge& ScriptBridge::current() {
+  assert(theBridge != nullptr);
+  return *theBridge;
+}
+
+JSValueRef ScriptBridge::toScript(const NPVariant& variant, Owner owner) {
+  JSContextRef context = _engine->context();
+  switch (variant.type) {
+    case NPVariantType_Null:
+      return JSValueMakeNull(context);
+    case NPVariantType_Bool:
+      return JSValueMakeBoolean(context, variant.value.boolValue);
+    case NPVariantType_Int32:
+      return JSValueMakeNumber(context, variant.value.intValue);
+    case NPVariantType_Double:
+      return JSValueMakeNumber(context, variant.value.doubleValue);
+    case NPVariantType_String: {
+      const NPString& text = variant.value.stringValue;
+      return _engine->makeString(text.UTF8Characters == nullptr
+                                     ? std::string()
+                                     : std::string(text.UTF8Characters, text.UTF8Length));
+    }
+    case NPVariantType_Object: {
+      JSObjectRef object = scriptObjectFor(variant.value.objectValue, owner);
+      return object != nullptr ? object : JSValueMakeNull(context);
+    }
+    default:
+      return JSValueMakeUndefined(context);
+  }
+}
+
+// All numbers travel as doubles, as they do in browsers.
+void ScriptBridge::toPlugin(JSValueRef value, Owner owner, NPVariant* variant) {
+  JSContextRef context = _engine->context();
+  switch (JSValueGetType(context, value)) {
+    case kJSTypeNull:
+      NULL_TO_NPVARIANT(*variant);
+      break;
+    case kJSTypeBoolean:
+      BOOLEAN_TO_NPVARIANT(JSValueToBoolean(context, value), *variant);
+      break;
+    case kJSTypeNumber:
+      DOUBLE_TO_NPVARIANT(JSValueToNumber(context, value, nullptr), *variant);
+      break;
+    case kJSTypeString: {
+      const std::string text = _engine->text(value);
+      makeStringVariant(text.data(), text.size(), variant);
+      break;
+    }
+    case kJSTypeObject:
+      OBJECT_TO_NPVARIANT(npObjectFor(JSValueToObject(context, value, nullptr), owner), *variant);
+      break;
+    default:  // also symbols and big integers, for which the interface has no type
+      VOID_TO_NPVARIANT(*variant);
+      break;
+  }
+}
+
+NPObject* ScriptBridge::npObjectFor(JSObjectRef object, Owner owner) {
+  if (JSValueIsObjectOfClass(_engine->context(), object, pluginObjectClass())) {
+    return retainNpObject(static_cast<PluginObject*>(JSObjectGetPrivate(object))->object);
+  }
+  PageObject*& known = _pageObjects[{owner, object}];
+  if (known != nullptr) {
+    return retainNpObject(known);
+  }
+  known = static_cast<PageObject*>(createNpObject(nullptr, pageObjectClass()));
+  known->object = object;
+  known->owner = owner;
+  JSValueProtect(_engine->context(), object);
+  return known;
+}
+
+void ScriptBridge::forget(PageObject* object) {
+  _pageObjects.erase({object->owner, object->object});
+  JSValueUnprotect(_engine->context(), object->object);
+  object->object = nullptr;
+}
+
+void ScriptBridge::releaseOwner(Owner owner) {
+  for (auto it = _pageObjects.lower_bound({owner, nullptr});
+       it != _pageObjects.end() && it->first.first == owner;) {
+    forget((it++)->second);
+  }
+}
+
+JSObjectRef ScriptBridge::scriptObjectFor(NPObject* object, Owner owner) {
+  if (object == nullptr) {
+    return nullptr;
+  }
+  if (PageObject* page = asPageObject(object)) {
+    return page->object;
+  }
+  JSObjectRef wrapper = aliveWrapper(object);
+  return wrapper != nullptr ? wrapper : makeWrapper(object, owner);
+}
+
+JSObjectRef ScriptBridge::aliveWrapper(NPObject* object) const {
+  const auto it = _pluginObjects.find(object);
+  if (it == _pluginObjects.end()) {
+    return nullptr;
+  }
+  JSContextRef context = _engine->context();
+  JSValueRef target =
+      JSObjectCallAsFunction(context, _deref, it->second->weakRef, 0, nullptr, nullptr);
+  return target != nullptr && JSValueIsObject(context, target)
+             ? JSValueToObject(context, target, nullptr)
+             : nullptr;
+}
+
+JSObjectRef ScriptBridge::makeWrapper(NPObject* object, Owner owner) {
+  JSContextRef context = _engine->context();
+  PluginObject* holder = new PluginObject{retainNpObject(object), owner, nullptr};
+  JSObjectRef wrapper = JSObjectMake(context, pluginObjectClass(), holder);
+  JSValueRef argument = wrapper;
+  holder->weakRef = JSObjectCallAsConstructor(context, _weakRef, 1, &argument, nullptr);
+  JSValueProtect(context, holder->weakRef);
+  _pluginObjects[object] = holder;  // over one that was collected and not dropped yet
+  return wrapper;
+}
+
+JSObjectRef ScriptBridge::methodObject(NPIdentifier name) {
+  JSObjectRef& method = _methods[name];
+  if (method == nullptr) {
+    JSContextRef context = _engine->context();
+    method = JSObjectMake(context, pluginMethodClass(), name);
+    JSValueProtect(context, method);
+    JSObjectSetPrototype(context, method, JSObjectGetPrototype(context, _deref));
+  }
+  return method;
+}
+
+// A finalizer may not use the engine, and releasing the NPObject may run the module's code.
+void ScriptBridge::collected(PluginObject* object) {
+  {
+    std::lock_guard<std::mutex> lock(_collectedMutex);
+    _collected.push_back(object);
+  }
+  MainLoop::post([] {
+    if (theBridge != nullptr) {
+      theBridge->dropCollected();
+    }
+  });
+}
+
+void ScriptBridge::dropCollected() {
+  std::vector<PluginObject*> objects;
+  {
+    std::lock_guard<std::mutex> lock(_collectedMutex);
+    objects.swap(_collected);
+  }
+  for (PluginObject* object : objects) {
+    drop(object);
+  }
+}
+
+void ScriptBridge::drop(PluginObject* object) {
+  const auto it = _pluginObjects.find(object->object);
+  if (it != _pluginObjects.end() && it->second == object) {
+    _pluginObjects.erase(it);
+  }
+  if (!_closed) {
+    JSValueUnprotect(_engine->context(), object->weakRef);
+  }
+  releaseNpObject(object->object);
+  delete object;
+}
+
+void ScriptBridge::close() {
+  JSContextRef context = _engine->context();
+  while (!_pageObjects.empty()) {
+    forget(_pageObjects.begin()->second);
+  }
+  for (const auto& method : _methods) {
+    JSValueUnprotect(context, method.second);
+  }
+  _methods.clear();
+  for (const auto& object : _pluginObjects) {
+    JSValueUnprotect(context, object.second->weakRef);
+  }
+  JSValueUnprotect(context, _weakRef);
+  JSValueUnprotect(context, _deref);
+  _closed = true;
+}
+
+JSValueRef ScriptBridge::endCall() {
+  const std::optional<std::string> text = _exceptions.back();
+  _exceptions.pop_back();
+  return text.has_value() ? _engine->makeError(*text) : nullptr;
+}
+
+bool ScriptBridge::setException(const std::string& text) {
+  if (_exceptions.empty()) {
+    return false;
+  }
+  _exceptions.back() = text;
+  return true;
+}
+
+}  // namespace page_host

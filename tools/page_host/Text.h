@@ -1,0 +1,37 @@
+#ifndef TOOLS_PAGE_HOST_TEXT_H_
+#define TOOLS_PAGE_HOST_TEXT_H_
+
+#include <JavaScriptCore/JavaScript.h>
+
+#include <string>
+
+namespace page_host {
+
+using Utf16 = std::basic_string<JSChar>;
+
+// NUL bytes are kept. What is not well-formed (a lone surrogate, a broken UTF-8 sequence) becomes
+// U+FFFD.
+std::string utf8FromUtf16(const JSChar* text, size_t length);
+Utf16 utf16FromUtf8(const char* bytes, size_t length);
+
+// Owns one engine string.
+class JsString {
+ public:
+  explicit JsString(const std::string& utf8);
+  // Takes ownership; null counts as the empty string.
+  explicit JsString(JSStringRef adopted) : _string(adopted) {}
+  ~JsString();
+  JsString(const JsString&) = delete;
+  JsString& operator=(const JsString&) = delete;
+
+  JSStringRef get() const { return _string; }
+  std::string utf8() const { return utf8Of(_string); }
+  static std::string utf8Of(JSStringRef string);
+
+ private:
+  JSStringRef _string;
+};
+
+}  // namespace page_host
+
+#endif  // TOOLS_PAGE_HOST_TEXT_H_

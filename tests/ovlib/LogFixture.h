@@ -1,0 +1,29 @@
+#ifndef TESTS_OVLIB_LOG_FIXTURE_H_
+#define TESTS_OVLIB_LOG_FIXTURE_H_
+
+#include <filesystem>
+#include <string>
+
+#include "ovlib/ovlog.h"
+#include "tests/support/Sandbox.h"
+
+// A log in a directory of the test's own, back at its defaults afterwards.
+class LogFixture : public test_support::Sandbox {
+ protected:
+  LogFixture() { std::filesystem::create_directory(path("log")); }
+  ~LogFixture() override {
+    ov_log_cleanup();
+    ov_log_set(1);
+    ov_log_set_echo(-1);
+    ov_dbg_set(0);
+    ov_log_set_logfile_size(10);
+  }
+
+  std::string logPath(const std::string& name) const { return path("log/" + name); }
+  std::string member(char digit) const { return logPath(std::string("plugin.") + digit + ".log"); }
+  int start(const std::string& suffix = "") const {
+    return ov_log_init(OV_LOG_FILE, (logPath("plugin.log") + suffix).c_str());
+  }
+};
+
+#endif  // TESTS_OVLIB_LOG_FIXTURE_H_

@@ -1,0 +1,187 @@
+#include <gmock/gmock.h>
+
+#include <filesystem>
+#include <string>
+
+#include "ovlib/overrno.h"
+#include "ovlib/ovpath.h"
+#include "tests/support/Sandbox.h"
+
+namespace {
+
+const std::string kHuge(OV_PATH_MAX, 'x');
+
+std::string canonical(const std::string& path, size_t size = OV_PATH_MAX) {
+  std::string output(size, '#');
+  const int result = ov_path_canonical_path(path.c_str(), output.data(), size);
+  EXPECT_LT(output.find('\0'), size);
+  return result == 0 ? output.c_str() : "failed: " + std::to_string(result) + output.c_str();
+}
+
+TEST(Path, isRecognised) {
+  const struct {
+    const char* path;
+    bool relative;
+    bool drive;
+    bool unc;
+  } kCases[] = {
+      {"", true, false, false},       {"a", true, false, false},
+      {"./a", true, false, false},    {"/a", false, false, false},
+      {"  /a", false, false, false},  {"\\a", false, false, false},
+      {"c:", false, true, false},     {" C:\\a", false, true, false},
+      {"1:", true, false, false},     {"a/c:", true, false, false},
+      {"//s/h", false, false, true},  {"//s/", false, false, true},
+      {"//s", false, false, false},   {"//", false, false, false},
+      {"///h", false, false, false},  {"///s/h", false, false, false},
+      {"/s/h/", false, false, false},
+  };
+  for (const auto& c : kCases) {
+    EXPECT_EQ(ov_path_is_relative(c.path), c.relative) << c.path;
+    EXPECT_EQ(ov_path_has_windows_drive_letter(c.path), c.drive) << c.path;
+    EXPECT_EQ(ov_path_is_unc_path(c.path), c.unc) << c.path;
+  }
+  EXPECT_TRUE(ov_path_is_transfer_uri("ovtp://host/file"));
+  EXPECT_FALSE(ov_path_is_transfer_uri("ovtp:/host"));
+  EXPECT_STREQ(ov_path_next_dirsep("ab\\c/d"), "\\c/d");
+  EXPECT_STREQ(ov_path_next_dirsep("/"), "/");
+  EXPECT_EQ(ov_path_next_dirsep("abc"), nullptr);
+}
+
+TEST(Path, splitsOffItsRoot) {
+  const struct {
+    const char* path;
+    const char* prefix;
+    const char* rest;
+  } kCases[] = {
+      {"", "", ""},
+      {"a/b", "", "a/b"},
+      {"///a/b", "/", "a/b"},
+      {" c:///a", "c:/", "a"},
+      {"//srv/share", "//srv/share/", ""},
+      {"//srv/share//a/b", "//srv/share/", "a/b"},
+  };
+  const char* rest = nullptr;
+  for (const auto& c : kCases) {
+    char prefix[16] = "#";
+    EXPECT_EQ(ov_path_extract_prefix(c.path, prefix, sizeof(prefix), &rest), 0) << c.path;
+    EXPECT_STREQ(prefix, c.prefix) << c.path;
+    EXPECT_STREQ(rest, c.rest) << c.path;
+  }
+  char small[12];
+  EXPECT_EQ(ov_path_extract_prefix("//srv/share/a", small, sizeof(small), &rest), -1);
+  ov_path_unc_range parts;
+  ASSERT_EQ(ov_path_unc_parts("//srv/share/a", &parts), 0);
+  EXPECT_EQ(parts.server, 2U);
+  EXPECT_EQ(parts.server_end, 5U);
+  EXPECT_EQ(parts.share, 6U);
+  EXPECT_EQ(parts.share_end, 11U);
+}
+
+TEST(Path, hasACanonicalForm) {
+  const struct {
+    std::string path;
+    std::string expected;
+  } kCases[] = {
+      {"", ""},
+      {"/", "/"},
+      {"/x/./y//z", "/x/y/z"},
+      {"/x/y/", "/x/y"},
+      {"\\x\\y\\..\\z", "/x/z"},
+      {"/..", "/"},
+      {"/../../a/..", "/"},
+      {"///a/../../b", "/b"},
+      {"c:\\..\\a", "c:/a"},
+      {"//srv/share/../../a", "//srv/share/a"},
+      {"\\\\srv\\share\\a\\..", "//srv/share/"},
+      {"a/b/../c", "a/c"},
+      {"a/..", ""},
+      {"./a", "a"},
+      {"..", ".."},
+      {"../../a/../b", "../../b"},
+      {"a/../../b", "../b"},
+      {"/.../..a/a..", "/.../..a/a.."},
+      {"//srv/", "failed: -1"},
+      {"//srv//a", "failed: -1"},
+      {"/a\nb", "failed: -1"},
+      {"ovtp://h//a/../b\\c/./", "ovtp://h//a/../b\\c/./"},
+      {"ovtp://h/\n", "failed: -1"},
+      {kHuge, "failed: -1"},
+      {kHuge.substr(1), kHuge.substr(1)},
+  };
+  for (const auto& c : kCases) {
+    EXPECT_EQ(canonical(c.path), c.expected) << c.path;
+  }
+  EXPECT_EQ(canonical("/abc/def", 9), "/abc/def");
+  EXPECT_EQ(canonical("/abc/def", 8), "failed: -1");
+  EXPECT_EQ(canonical("/abc/de/f", 9), "failed: -1");
+  char in_place[] = "/a//b/../c";
+  EXPECT_EQ(ov_path_canonical_path(in_place, in_place, sizeof(in_place)), 0);
+  EXPECT_STREQ(in_place, "/a/c");
+  EXPECT_EQ(ov_path_canonical_path(nullptr, in_place, sizeof(in_place)), 0);
+  EXPECT_STREQ(in_place, "");
+}
+
+TEST(Path, appends) {
+  const struct {
+    const char* directory;
+    const char* name;
+    const char* expected;
+  } kCases[] = {
+      {"/x", "a/../b", "/x/b"},
+      {"/x/", "b", "/x/b"},
+      {"/x", "///b", "/x/b"},
+      {"", "./b", "b"},
+      {".", "b", "b"},
+      {".", "/b", "b"},
+      {"/", "/b", "/b"},
+      {"/", "b", "/b"},
+      {"/x", "", "/x"},
+      {"x", "../../b", "../b"},
+      {"ovtp://h/a", "b", "ovtp://h/a/b"},
+  };
+  char output[16];
+  for (const auto& c : kCases) {
+    EXPECT_EQ(ov_path_append(c.directory, c.name, output, sizeof(output)), OV_OK);
+    EXPECT_STREQ(output, c.expected) << c.directory << " + " << c.name;
+  }
+  EXPECT_EQ(ov_path_append("/x", "b", nullptr, 0), 0);
+  EXPECT_EQ(ov_path_append("/abcdefgh", "ijk", output, 12), OV_EBUFFER);
+  EXPECT_STREQ(output, "/abcdefgh/i");
+}
+
+class PathFiles : public test_support::Sandbox {};
+
+TEST_F(PathFiles, findsTheFirstThatExists) {
+  for (const char* directory : {"a", "b", "c"}) {
+    std::filesystem::create_directory(path(directory));
+  }
+  test_support::writeFile(path("b/tool"), "b");
+  test_support::writeFile(path("c/tool"), "c");
+  const std::string a = path("a");
+  const std::string b = path("b");
+  const std::string c = path("c");
+  const char* const all[] = {a.c_str(), b.c_str(), c.c_str(), nullptr};
+  const char* const none[] = {a.c_str(), nullptr};
+  const char* const too_long[] = {kHuge.c_str(), b.c_str(), nullptr};
+  char found[OV_PATH_MAX];
+  EXPECT_EQ(ov_path_find_file_in_paths("tool", all, found, sizeof(found)), 0);
+  EXPECT_EQ(found, b + "/tool");
+  EXPECT_TRUE(ov_path_exists(found));
+  EXPECT_EQ(ov_path_find_file_in_paths("tool", none, found, sizeof(found)), -1);
+  EXPECT_EQ(ov_path_find_file_in_paths("", all, found, sizeof(found)), -1);
+  EXPECT_EQ(ov_path_find_file_in_paths("tool", none + 1, found, sizeof(found)), -1);
+  EXPECT_EQ(ov_path_find_file_in_paths("tool", too_long, found, sizeof(found)), -1);
+}
+
+TEST_F(PathFiles, knowsTheHomeDirectory) {
+  char home_dir[OV_PATH_MAX];
+  setenv("HOME", "/home//me/./x/..", 1);
+  EXPECT_EQ(ov_path_home_dir(home_dir, sizeof(home_dir)), 8);
+  EXPECT_STREQ(home_dir, "/home/me");
+  EXPECT_EQ(ov_path_home_dir(home_dir, 8), -1);
+  EXPECT_EQ(ov_path_home_dir(nullptr, 8), -1);
+  unsetenv("HOME");
+  EXPECT_EQ(ov_path_home_dir(home_dir, sizeof(home_dir)), -1);
+}
+
+}  // namespace

@@ -1,0 +1,239 @@
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <sys/stat.h>
+
+#include <filesystem>
+#include <thread>
+
+#include "ovlib/ovdir.h"
+#include "ovlib/overrno.h"
+#include "ovlib/ovfile.h"
+#include "ovlib/ovplatform.h"
+#include "ovlib/ovsynchron.h"
+#include "ovlib/ovthread.h"
+#include "ovlib/ovtime.h"
+#include "tests/ovlib/LogFixture.h"
+#include "tests/support/WaitFor.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+using test_support::readFile;
+using test_support::writeFile;
+
+class File : public LogFixture {};
+
+TEST_F(File, isAppendedToAndRead) {
+  const std::string name = path("file");
+  for (const char* text : {"one", "two"}) {
+    ov_file_t file;
+    size_t count = 0;
+    ASSERT_EQ(ov_file_openappend(&file, name.c_str(), 0600), OV_OK);
+    EXPECT_EQ(fcntl(file, F_GETFD), FD_CLOEXEC);
+    EXPECT_EQ(ov_file_write(file, text, 3, &count), OV_OK);
+    EXPECT_EQ(count, 3U);
+    EXPECT_EQ(ov_file_flush(file), OV_OK);
+    EXPECT_EQ(ov_file_close(&file), OV_OK);
+    EXPECT_EQ(file, -1);
+  }
+  ov_file_t file;
+  char buffer[16] = "";
+  size_t count = 0;
+  ASSERT_EQ(ov_file_openread(&file, name.c_str()), OV_OK);
+  EXPECT_EQ(fcntl(file, F_GETFD), FD_CLOEXEC);
+  EXPECT_EQ(ov_file_read(file, buffer, sizeof(buffer), &count), OV_OK);
+  EXPECT_EQ(std::string(buffer, count), "onetwo");
+  ov_file_close(&file);
+}
+
+TEST_F(File, reportsWhatFailed) {
+  ASSERT_EQ(start(), OV_OK);
+  ov_file_t file;
+  size_t count = 9;
+  ov_file_init(&file);
+  EXPECT_EQ(file, -1);
+  EXPECT_EQ(ov_file_flush(file), OV_EINVAL);
+  EXPECT_EQ(ov_file_close(&file), OV_EBADF);
+  EXPECT_EQ(ov_file_read(file, &count, 1, &count), OV_EBADF);
+  EXPECT_EQ(ov_file_write(file, "x", 1, &count), OV_EBADF);
+  EXPECT_EQ(count, 0U);
+  EXPECT_THAT(readFile(member('0')),
+              testing::EndsWith("ERR ov_file_write: write failed. error=9\n"));
+  EXPECT_EQ(ov_file_openread(&file, path("missing").c_str()), OV_ENOENT);
+  EXPECT_EQ(file, -1);
+  EXPECT_EQ(ov_file_delete(path("missing").c_str()), OV_ENOENT);
+  EXPECT_EQ(ov_file_hardlink(home().c_str(), path("link").c_str()), OV_EPERM);
+}
+
+TEST_F(File, hasAStatus) {
+  writeFile(path("regular"), "12345");
+  fs::create_symlink("regular", path("symlink"));
+  mkfifo(path("fifo").c_str(), 0600);
+  const struct {
+    std::string path;
+    int kind;
+    uint64_t size;
+  } kCases[] = {
+      {path("regular"), OV_FILE_REGULAR, 5},
+      {path("symlink"), OV_FILE_REGULAR, 5},
+      {path("fifo"), OV_FILE_FIFO, 0},
+      {"/dev/null", OV_FILE_CHAR, 0},
+  };
+  ov_file_status status;
+  for (const auto& c : kCases) {
+    ASSERT_EQ(ov_file_stat(c.path.c_str(), &status), OV_OK) << c.path;
+    EXPECT_EQ(status.kind, c.kind) << c.path;
+    EXPECT_EQ(status.size, c.size) << c.path;
+  }
+  ASSERT_EQ(ov_file_stat(home().c_str(), &status), OV_OK);
+  EXPECT_EQ(status.kind, OV_FILE_DIRECTORY);
+  EXPECT_LE(std::abs(time(nullptr) - status.mtime), 3600);
+  EXPECT_EQ(ov_file_fstat(-1, &status), OV_EBADF);
+}
+
+class Directory : public test_support::Sandbox {};
+
+TEST_F(Directory, isCreated) {
+  writeFile(path("file"), "");
+  fs::create_directory(path("real"));
+  fs::create_symlink("real", path("to-directory"));
+  fs::create_symlink("file", path("to-file"));
+  fs::create_symlink("nowhere", path("dangling"));
+  const std::string huge = "/" + std::string(8191, 'x');
+  const struct {
+    std::string path;
+    bool recursive;
+    int result;
+  } kCases[] = {
+      {path("a/b/c"), false, OV_ENOENT},
+      {path("a/b/c"), true, OV_OK},
+      {path("a/b/c"), true, OV_OK},
+      {path("a//d/"), true, OV_OK},
+      {path("e"), false, OV_OK},
+      {path("to-directory/f"), true, OV_OK},
+      {path("file"), false, OV_ENOTDIR},
+      {path("to-file"), false, OV_ENOTDIR},
+      {path("file/g"), true, OV_ENOTDIR},
+      {path("dangling"), false, OV_EEXIST},
+      {huge + "/x", true, OV_ERANGE},
+      {huge, true, OV_EPATHMAX},
+      {"", true, OV_ENOENT},
+  };
+  for (const auto& c : kCases) {
+    EXPECT_EQ(ov_dir_create(c.path.c_str(), 0700, c.recursive), c.result) << c.path.substr(0, 99);
+    std::error_code unreadable;
+    EXPECT_EQ(fs::is_directory(c.path, unreadable), c.result == OV_OK) << c.path.substr(0, 99);
+  }
+  EXPECT_EQ(fs::status(path("a/b")).permissions(), fs::perms::owner_all);
+}
+
+struct Signalled {
+  Signalled() {
+    EXPECT_EQ(ov_mutex_init(&mutex), OV_OK);
+    EXPECT_EQ(ov_cond_init(&cond, &mutex), OV_OK);
+  }
+  ~Signalled() {
+    EXPECT_EQ(ov_cond_destroy(&cond), OV_OK);
+    EXPECT_EQ(ov_mutex_destroy(&mutex), OV_OK);
+  }
+  ov_mutex_t mutex;
+  ov_cond_t cond;
+  bool waiting = false;  // guarded by mutex, as the rest
+  bool set = false;
+  int result = -1;
+};
+
+void* waitUntilSet(void* argument) {
+  auto* shared = static_cast<Signalled*>(argument);
+  OvLock lock(&shared->mutex);
+  shared->waiting = true;
+  while (!shared->set) {
+    shared->result = ov_cond_timedwait(&shared->cond, nullptr);
+  }
+  return nullptr;
+}
+
+TEST(Condition, waitsWithoutLimitUntilSignalled) {
+  Signalled shared;
+  ov_thread_t thread;
+  ASSERT_EQ(ov_thread_spawn(&thread, waitUntilSet, &shared), OV_OK);
+  EXPECT_TRUE(test_support::waitFor([&] {
+    OvLock lock(&shared.mutex);
+    return shared.waiting;
+  }));
+  {
+    OvLock lock(&shared.mutex);
+    shared.set = true;
+    EXPECT_EQ(ov_cond_signal(&shared.cond), OV_OK);
+  }
+  EXPECT_EQ(ov_thread_join(&thread), OV_OK);
+  EXPECT_EQ(shared.result, OV_OK);
+}
+
+TEST(Condition, waitsNoLongerThanAsked) {
+  Signalled shared;
+  const timeval timeout = {0, 30000};
+  timeval before;
+  uint64_t elapsed = 0;
+  ov_time_gettimeofday(&before);
+  OvLock lock(&shared.mutex);
+  while ((shared.result = ov_cond_timedwait(&shared.cond, &timeout)) == OV_OK) {
+  }
+  EXPECT_EQ(shared.result, OV_ETIMEDOUT);
+  EXPECT_EQ(ov_time_get_usec_since(&before, &elapsed), OV_OK);
+  EXPECT_GE(elapsed, 30000U);
+}
+
+class Time : public LogFixture {};
+
+TEST_F(Time, isAdded) {
+  const struct {
+    timeval sum;
+    timeval add;
+    timeval expected;
+  } kCases[] = {
+      {{1, 2}, {3, 4}, {4, 6}},
+      {{1, 999999}, {0, 0}, {1, 999999}},
+      {{1, 999999}, {2, 1}, {4, 0}},
+      {{0, 500000}, {0, 2600000}, {3, 100000}},
+  };
+  for (auto c : kCases) {
+    ov_time_tv_add(&c.sum, &c.add);
+    EXPECT_EQ(c.sum.tv_sec, c.expected.tv_sec);
+    EXPECT_EQ(c.sum.tv_usec, c.expected.tv_usec);
+  }
+}
+
+TEST_F(Time, refusesTheFuture) {
+  ASSERT_EQ(start(), OV_OK);
+  timeval future;
+  uint64_t elapsed = 7;
+  ov_time_gettimeofday(&future);
+  future.tv_sec += 1000;
+  EXPECT_EQ(ov_time_get_usec_since(&future, &elapsed), OV_EINVAL);
+  EXPECT_EQ(ov_time_get_usec_since(nullptr, &elapsed), OV_EINVAL);
+  EXPECT_EQ(elapsed, 7U);
+  EXPECT_THAT(readFile(member('0')), testing::ContainsRegex("ERR get_usec_since: big old " +
+                                                            std::to_string(future.tv_sec) +
+                                                            "\\.[0-9]+ > [0-9]+\\.[0-9]+\n"));
+}
+
+TEST_F(Time, isBrokenDownLocally) {
+  setenv("TZ", "XYZ-2", 1);  // Two hours ahead.
+  ov_time_init();
+  tm local = {};
+  EXPECT_EQ(ov_time_localtime(0, &local), OV_OK);
+  EXPECT_EQ(local.tm_hour, 2);
+  EXPECT_EQ(local.tm_year, 70);
+}
+
+TEST(Platform, rootIsAboveTheProgramsDirectory) {
+  char root[4096];
+  EXPECT_EQ(ov_platform_root(root, sizeof(root)), OV_OK);
+  EXPECT_EQ(root, fs::read_symlink("/proc/self/exe").parent_path().parent_path());
+  EXPECT_EQ(ov_platform_root(root, 1), OV_EBUFFER);
+  EXPECT_EQ(ov_platform_root(nullptr, 1), OV_EINVAL);
+}
+
+}  // namespace

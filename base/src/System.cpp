@@ -1,0 +1,5 @@
+#include "base/src/System.h"
+
+OsVersion_e System::QueryOsVersion() {
+  return eUnknownOsVersion;
+}

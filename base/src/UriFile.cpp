@@ -1,0 +1,7 @@
+#include "base/src/UriFile.h"
+
+UriFile::UriFile(const std::string&) {}
+
+std::string UriFile::ReadUri() {
+  return std::string();
+}

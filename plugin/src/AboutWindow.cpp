@@ -1,0 +1,7 @@
+#include "plugin/src/AboutWindow.h"
+
+namespace Pellion::Web {
+
+AboutWindow::AboutWindow() : Window("about") {}
+
+}  // namespace Pellion::Web

@@ -1,0 +1,147 @@
+#include "plugin/src/RequestWorker.h"
+
+#include <exception>
+
+#include "ovlib/ovlog.h"
+#include "plugin/src/Callback.h"
+#include "plugin/src/Constants.h"
+#include "plugin/src/HttpRequest.h"
+#include "plugin/src/HttpResponse.h"
+#include "plugin/src/Pellion.h"
+#include "plugin/src/Url.h"
+
+namespace Pellion::Web {
+
+namespace {
+
+// Null when there was no answer, or no memory for it.
+std::unique_ptr<HttpResponse> perform(HttpRequest* request) {
+  try {
+    // The application may have started on another port than when the request was built.
+    request->setPort(PellionApp::url().port(0));
+    return std::unique_ptr<HttpResponse>(request->invoke());
+  } catch (const std::exception& e) {
+    ov_err("Request ended by an exception: %s", e.what());
+    return nullptr;
+  }
+}
+
+}  // namespace
+
+RequestWorker::RequestWorker() {
+  if (ov_dbg_detail()) {
+    ov_dbg("RequestWorker() [%p]", static_cast<void*>(this));
+  }
+  ov_mutex_init(&_mutex);
+  ov_cond_init(&_condition, &_mutex);
+}
+
+RequestWorker::~RequestWorker() {
+  if (ov_dbg_detail()) {
+    ov_dbg("~RequestWorker() [%p] - size=%i", static_cast<void*>(this),
+           static_cast<int>(_queue.size()));
+  }
+  _queue.clear();
+  ov_cond_destroy(&_condition);
+  ov_mutex_destroy(&_mutex);
+}
+
+bool RequestWorker::isDone() const {
+  return _done;
+}
+
+void RequestWorker::addRequest(HttpRequest* request) {
+  std::unique_ptr<HttpRequest> owned(request);
+  OvLock lock(&_mutex);
+  _queue.push_back(std::move(owned));
+  ov_cond_signal(&_condition);
+}
+
+void RequestWorker::run() {
+  if (ov_dbg_detail()) {
+    ov_dbg("RequestWorker::run()");
+  }
+  while (waitForRequest()) {
+    try {
+      processOneRequest();
+    } catch (const std::exception& e) {
+      ov_err("Request callback ended by an exception: %s", e.what());
+    }
+  }
+  _done = true;
+  if (ov_dbg_detail()) {
+    ov_dbg("RequestWorker::run() - done");
+  }
+}
+
+void RequestWorker::stop() {
+  if (ov_dbg_detail()) {
+    ov_dbg("RequestWorker::stop() - done?=%i", static_cast<int>(_done));
+  }
+  if (_done) {
+    return;
+  }
+  OvLock lock(&_mutex);
+  _stopped = true;
+  ov_cond_signal(&_condition);
+}
+
+// False once the worker is stopped.
+bool RequestWorker::waitForRequest() {
+  OvLock lock(&_mutex);
+  if (_stopped) {
+    return false;
+  }
+  if (_queue.empty()) {
+    // Deliberate: one wait that looks at nothing afterwards. A request that was queued just before
+    // the stop that ends the wait is still sent, though its callback is not called.
+    ov_cond_wait(&_condition);
+  }
+  return true;
+}
+
+// Null when the queue is empty.
+std::unique_ptr<HttpRequest> RequestWorker::takeRequest() {
+  OvLock lock(&_mutex);
+  if (_queue.empty()) {
+    return nullptr;
+  }
+  std::unique_ptr<HttpRequest> request = std::move(_queue.front());
+  _queue.pop_front();
+  return request;
+}
+
+void RequestWorker::processOneRequest() {
+  std::unique_ptr<HttpRequest> request = takeRequest();
+  if (request == nullptr) {
+    return;
+  }
+  if (!PellionApp::launch()) {
+    ov_err("%s", kErrorPellionRequest);
+    // Deliberate: neither the lock nor the stop is looked at, so a failed launch is reported even
+    // after stop() has returned.
+    if (request->getCallback() != nullptr) {
+      request->getCallback()->handleCallback(nullptr);
+    }
+    return;
+  }
+  const std::unique_ptr<HttpResponse> response = perform(request.get());
+  reportResponse(request.get(), response.get());
+  request.reset();
+  if (response == nullptr) {
+    ov_err("%s", kErrorPellionRequest);
+  }
+}
+
+// The lock stays taken during the call, so that stop() waits for it and no later one starts.
+void RequestWorker::reportResponse(HttpRequest* request, HttpResponse* response) {
+  if (request->getCallback() == nullptr) {
+    return;
+  }
+  OvLock lock(&_mutex);
+  if (!_stopped) {
+    request->getCallback()->handleCallback(response);
+  }
+}
+
+}  // namespace Pellion::Web

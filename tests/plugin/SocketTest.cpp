@@ -1,0 +1,87 @@
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include "plugin/src/IpAddress.h"
+#include "plugin/src/TcpSocket.h"
+#include "plugin/src/Utils.h"
+#include "tests/support/Sandbox.h"
+#include "tests/support/ScriptedServer.h"
+
+namespace {
+
+using Pellion::Web::IpAddress;
+using testing::ContainsRegex;
+using testing::HasSubstr;
+
+class OpenTcpSocket : public Pellion::Web::TcpSocket {
+ public:
+  int descriptor() const { return _sock; }
+};
+
+class Sockets : public test_support::Sandbox {
+ protected:
+  Sockets() { Pellion::Web::Utils::logInit(); }
+  ~Sockets() override { Pellion::Web::Utils::logCleanup(); }
+};
+
+TEST_F(Sockets, withoutADescriptorFailSilently) {
+  OpenTcpSocket socket;
+  char byte = 'x';
+  EXPECT_EQ(socket.recv(&byte, 1), -1);
+  EXPECT_EQ(socket.send(&byte, 1), -1);
+  socket.close();
+  EXPECT_EQ(logText(), "");
+}
+
+TEST_F(Sockets, areClosedOnceAndNotInherited) {
+  int descriptor;
+  {
+    OpenTcpSocket socket;
+    ASSERT_TRUE(socket.create());
+    descriptor = socket.descriptor();
+    EXPECT_EQ(fcntl(descriptor, F_GETFD), FD_CLOEXEC);
+  }
+  EXPECT_EQ(fcntl(descriptor, F_GETFD), -1);
+  EXPECT_EQ(logText(), "");
+
+  OpenTcpSocket socket;
+  ASSERT_TRUE(socket.create());
+  close(socket.descriptor());
+  socket.close();
+  EXPECT_EQ(socket.descriptor(), -1);
+  socket.close();
+  EXPECT_THAT(logLines("Error closing socket"),
+              testing::ElementsAre(ContainsRegex("ERR Error closing socket 0x[0-9a-f]+ \\(9\\)$")));
+}
+
+TEST_F(Sockets, surviveAWriteWithoutAReader) {
+  test_support::ScriptedServer server("");
+  OpenTcpSocket socket;
+  ASSERT_TRUE(socket.connect("127.0.0.1", static_cast<unsigned short>(server.port())));
+  shutdown(socket.descriptor(), SHUT_WR);
+  EXPECT_EQ(socket.send("x", 1), -1);
+  EXPECT_THAT(logText(), ContainsRegex("ERR Socket::send\\(\\) \\[0x[0-9a-f]+\\] - send failed"));
+}
+
+TEST_F(Sockets, keepTheirDescriptorWhenAConnectFails) {
+  OpenTcpSocket socket;
+  EXPECT_FALSE(socket.connect("", 80));
+  EXPECT_NE(socket.descriptor(), -1);
+  const std::string log = logText();
+  EXPECT_THAT(log, HasSubstr("LOG ERROR: Unable to resolve IP address\n"));
+  EXPECT_THAT(log, ContainsRegex("LOG Connection failed for socket 0x[0-9a-f]+ \\(-1\\)\n"));
+}
+
+TEST_F(Sockets, resolveToIpv4Only) {
+  EXPECT_EQ(IpAddress::resolve("127.0.0.1"), "127.0.0.1");
+  EXPECT_EQ(IpAddress::resolve("localhost"), "127.0.0.1");
+  EXPECT_EQ(IpAddress::resolve("127.1"), "127.0.0.1");
+  EXPECT_EQ(logText(), "");
+  EXPECT_EQ(IpAddress::resolve("::1"), "");
+  EXPECT_THAT(logText(),
+              HasSubstr("LOG ERROR: Unable to resolve IP address (AF_INET not found)\n"));
+}
+
+}  // namespace

@@ -1,0 +1,3 @@
+orvane_test(session_test
+  SOURCES FileTest.cpp UtilsTest.cpp PellionAppTest.cpp PlugInTest.cpp
+  LIBS pellion_core)

@@ -1,0 +1,157 @@
+#include <gtk/gtk.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <memory>
+#include <stdexcept>
+
+#include "os/src/OpenFileDialog.h"
+#include "os/src/OpenFolderDialog.h"
+#include "os/src/SaveFileDialog.h"
+#include "tests/support/DisplaySandbox.h"
+
+using namespace Pellion::Web;
+namespace fs = std::filesystem;
+namespace user = test_support::user;
+using test_support::UserThread;
+using Paths = std::vector<std::string>;
+
+namespace {
+
+constexpr char kImages[] = R"([{"filter_name":"Images","extensions":["png"]}])";
+
+unsigned countToplevels() {
+  GList* windows = gtk_window_list_toplevels();
+  const unsigned count = g_list_length(windows);
+  g_list_free(windows);
+  return count;
+}
+
+}  // namespace
+
+class FileDialogs : public test_support::DisplaySandbox {
+ protected:
+  FileDialogs() {
+    fs::create_directories(path("folder/one"));
+    fs::create_directories(path("folder/two"));
+    for (const char* name : {"a.png", "two/d.png", "two/e.png", "two/f.txt"}) {
+      test_support::writeFile(path(std::string("folder/") + name), name);
+    }
+    fs::current_path(path("folder"));
+  }
+
+  // Shows the dialog while a user takes `steps`.
+  static Paths show(FileDialog& dialog, std::function<void()> steps) {
+    EXPECT_TRUE(dialog.init("firefox"));
+    UserThread thread(std::move(steps));
+    const Paths paths = dialog.show();
+    thread.join();
+    return paths;
+  }
+};
+
+TEST_F(FileDialogs, openAnswersTheChosenFile) {
+  OpenFileDialog dialog(0, "", false, false, kImages);
+  const Paths paths = show(dialog, [&] { user::choosePath("Open", path("folder/a.png")); });
+  EXPECT_EQ(paths, Paths{path("folder/a.png")});
+  EXPECT_EQ(dialog.resultStr(), "[\"" + path("folder/a.png") + "\"]");
+  EXPECT_EQ(dialog.result(), 4u);
+  EXPECT_EQ(logLines("OpenFileDialog() - title=").size(), 0u) << "the log is not open here";
+}
+
+TEST_F(FileDialogs, openAnswersAllFilesThatTheFilterShows) {
+  OpenFileDialog dialog(0, "Pick images", false, true, kImages);
+  Paths paths = show(dialog, [&] { user::chooseAllIn("Pick images", path("folder/two")); });
+  std::sort(paths.begin(), paths.end());
+  EXPECT_EQ(paths, (Paths{path("folder/two/d.png"), path("folder/two/e.png")}));
+}
+
+TEST_F(FileDialogs, cancelIsAnEmptyListAndForSavingAnEmptyPath) {
+  OpenFileDialog open(0, "", false, true, "");
+  EXPECT_TRUE(show(open, [] { user::cancel("Open"); }).empty());
+  EXPECT_EQ(open.resultStr(), "[]");
+
+  OpenFolderDialog folder(0, "", false);
+  EXPECT_TRUE(show(folder, [] { user::cancel("Select Folder"); }).empty());
+  EXPECT_EQ(folder.resultStr(), "[]");
+
+  SaveFileDialog save(0, "", "name.txt", "");
+  EXPECT_EQ(show(save, [] { user::cancel("Save As"); }), Paths{""});
+  EXPECT_EQ(save.resultStr(), "\"\"");
+}
+
+TEST_F(FileDialogs, folderAnswersTheChosenFolder) {
+  OpenFolderDialog dialog(0, "Where to?", true);
+  EXPECT_EQ(show(dialog, [&] { user::choosePath("Where to\\?", path("folder/one")); }),
+            Paths{path("folder/one")});
+}
+
+TEST_F(FileDialogs, saveSuggestsTheName) {
+  SaveFileDialog dialog(0, "", "report \xc3\xa9.txt", "");
+  const Paths paths = show(dialog, [] {
+    user::enter(user::waitForWindow("Save As"));
+    user::key("Return");
+  });
+  EXPECT_EQ(paths, Paths{path("folder/report \xc3\xa9.txt")});
+  EXPECT_EQ(dialog.resultStr(), "\"" + path("folder/report \xc3\xa9.txt") + "\"");
+}
+
+TEST_F(FileDialogs, saveAsksBeforeAFileIsReplaced) {
+  SaveFileDialog accepted(0, "", "", "");
+  EXPECT_EQ(show(accepted,
+                 [&] {
+                   user::choosePath("Save As", path("folder/a.png"));
+                   user::answerOverwrite(true);
+                 }),
+            Paths{path("folder/a.png")});
+
+  SaveFileDialog refused(0, "", "", "");
+  EXPECT_EQ(show(refused,
+                 [&] {
+                   user::choosePath("Save As", path("folder/a.png"));
+                   user::answerOverwrite(false);
+                   user::waitForNoWindow("");
+                   user::cancel("Save As");
+                 }),
+            Paths{""});
+}
+
+TEST_F(FileDialogs, badFileTypesEndInAnErrorAndLeaveNoWindow) {
+  OpenFileDialog job(0, "", false, false, "{}");
+  job.init("");
+  const unsigned before = countToplevels();
+  job.run();
+  EXPECT_EQ(job.resultStr(),
+            R"({"error":{"code":-1,"user_message":"Error displaying open file dialog: )"
+            R"(Error parsing fileTypes JSON"}})");
+  EXPECT_EQ(countToplevels(), before);
+
+  SaveFileDialog blocking(0, "", "", "[1]");
+  blocking.init("");
+  EXPECT_THROW(blocking.show(), std::runtime_error);
+}
+
+TEST_F(FileDialogs, oneThatWasStoppedNeverShows) {
+  SaveFileDialog dialog(0, "", "", "");
+  dialog.init("");
+  dialog.stop();
+  dialog.run();
+  EXPECT_TRUE(dialog.isInterrupted());
+  EXPECT_EQ(dialog.resultStr(), "");
+}
+
+TEST_F(FileDialogs, oneWithoutImplementationHasAnEmptyResult) {
+  OpenFolderDialog dialog(0, "", false);
+  EXPECT_TRUE(dialog.show().empty());
+  EXPECT_EQ(dialog.resultStr(), "");
+}
+
+TEST(FileDialogsWithoutDisplay, answerTheirError) {
+  unsetenv("DISPLAY");
+  OpenFolderDialog dialog(0, "", false);
+  EXPECT_TRUE(dialog.init(""));
+  dialog.run();
+  EXPECT_EQ(
+      dialog.resultStr(),
+      R"({"error":{"code":-1,"user_message":"Error displaying open folder dialog: No display"}})");
+}

@@ -1,0 +1,47 @@
+#include "browsers/npapi_common/DialogCallback.h"
+
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "browsers/npapi_common/StringCallbackMessage.h"
+#include "browsers/npapi_common/ovOrvaneWebPlugin.h"
+#include "os/src/FileDialog.h"
+#include "ovlib/ovlog.h"
+#include "plugin/src/PlugIn.h"
+
+using Pellion::Web::FileDialog;
+using Pellion::Web::Runnable;
+
+DialogCallback::DialogCallback(NPP instance, uint64_t owner, NPObject* callback, Type type,
+                               OpenDialogMark::Flag dialogOpen)
+    : _instance(instance),
+      _callback(PendingHandOvers::keep(owner, NPObjectRef(callback))),
+      _type(type),
+      _mark(std::move(dialogOpen)) {}
+
+DialogCallback::~DialogCallback() {
+  PendingHandOvers::take(_callback);
+}
+
+void DialogCallback::handleCallback(void* dialog) {
+  auto* job = static_cast<FileDialog*>(static_cast<Runnable*>(dialog));
+  const std::string text = job->resultStr();
+  if (ov_dbg_detail()) {
+    ov_dbg("DialogCallback::handleCallback() - result=%lu resultStr=%s", job->result(),
+           text.c_str());
+  }
+  const std::vector<std::string>& paths = job->selectedPaths();
+  if (job->result() != 0 && _type != eOpenFile && !paths.empty()) {
+    auto* plugin = static_cast<ovOrvaneWebPlugin*>(_instance->pdata);
+    if (plugin != nullptr) {
+      plugin->getPlugin()->setLastSelectedPath(paths.front());
+    }
+  }
+  // The page may ask for its next dialog in the call.
+  _mark.remove();
+  NPObjectRef callback = PendingHandOvers::take(_callback);
+  if (callback) {
+    callbackBrowser(StringCallbackMessage(_instance, std::move(callback), text));
+  }
+}

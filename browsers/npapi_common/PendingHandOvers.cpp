@@ -1,0 +1,120 @@
+#include "browsers/npapi_common/PendingHandOvers.h"
+
+#include <glib.h>
+
+#include <atomic>
+#include <exception>
+#include <map>
+#include <mutex>
+#include <utility>
+#include <vector>
+
+#include "ovlib/ovlog.h"
+
+namespace {
+
+template <typename Content>
+struct Owned {
+  uint64_t owner;
+  Content content;
+};
+
+template <typename Content>
+using Entries = std::map<PendingHandOvers::Ticket, Owned<Content>>;
+
+struct Registry {
+  std::mutex mutex;
+  // Guarded by the mutex, which is never held over a call into the browser.
+  PendingHandOvers::Ticket lastTicket = 0;
+  Entries<std::unique_ptr<HandOver>> handOvers;
+  Entries<NPObjectRef> objects;
+};
+
+// Never destroyed: threads of an instance that the browser forgot may still post at its exit.
+Registry& registry() {
+  static Registry& instance = *new Registry;
+  return instance;
+}
+
+template <typename Content>
+Content takeEntry(Entries<Content>& entries, PendingHandOvers::Ticket ticket) {
+  std::lock_guard<std::mutex> lock(registry().mutex);
+  const auto found = entries.find(ticket);
+  if (found == entries.end()) {
+    return Content();
+  }
+  Content content = std::move(found->second.content);
+  entries.erase(found);
+  return content;
+}
+
+template <typename Content>
+std::vector<Content> takeAll(Entries<Content>& entries, uint64_t owner) {
+  std::lock_guard<std::mutex> lock(registry().mutex);
+  std::vector<Content> contents;
+  for (auto entry = entries.begin(); entry != entries.end();) {
+    if (entry->second.owner == owner) {
+      contents.push_back(std::move(entry->second.content));
+      entry = entries.erase(entry);
+    } else {
+      ++entry;
+    }
+  }
+  return contents;
+}
+
+template <typename Content>
+PendingHandOvers::Ticket addEntry(Entries<Content>& entries, uint64_t owner, Content content) {
+  std::lock_guard<std::mutex> lock(registry().mutex);
+  const PendingHandOvers::Ticket ticket = ++registry().lastTicket;
+  entries.emplace(ticket, Owned<Content>{owner, std::move(content)});
+  return ticket;
+}
+
+}  // namespace
+
+uint64_t PendingHandOvers::newOwner() {
+  static std::atomic<uint64_t> lastOwner{0};
+  return ++lastOwner;
+}
+
+void PendingHandOvers::post(uint64_t owner, NPP instance, std::unique_ptr<HandOver> handOver) {
+  auto* ticket =
+      reinterpret_cast<void*>(addEntry(registry().handOvers, owner, std::move(handOver)));
+  if (g_NPNFuncs.pluginthreadasynccall != nullptr) {
+    g_NPNFuncs.pluginthreadasynccall(instance, deliver, ticket);
+    return;
+  }
+  // A browser without asynchronous calls runs a GLib main loop all the same.
+  const GSourceFunc deliverOnce = [](gpointer posted) -> gboolean {
+    deliver(posted);
+    return G_SOURCE_REMOVE;
+  };
+  g_idle_add_full(G_PRIORITY_DEFAULT, deliverOnce, ticket, nullptr);
+}
+
+void PendingHandOvers::deliver(void* ticket) {
+  const std::unique_ptr<HandOver> handOver =
+      takeEntry(registry().handOvers, reinterpret_cast<Ticket>(ticket));
+  if (handOver == nullptr) {
+    return;
+  }
+  try {
+    handOver->deliver();
+  } catch (const std::exception& e) {
+    ov_err("Call into the page ended by an exception: %s", e.what());
+  }
+}
+
+PendingHandOvers::Ticket PendingHandOvers::keep(uint64_t owner, NPObjectRef object) {
+  return addEntry(registry().objects, owner, std::move(object));
+}
+
+NPObjectRef PendingHandOvers::take(Ticket ticket) {
+  return takeEntry(registry().objects, ticket);
+}
+
+void PendingHandOvers::freeAll(uint64_t owner) {
+  takeAll(registry().handOvers, owner);
+  takeAll(registry().objects, owner);
+}

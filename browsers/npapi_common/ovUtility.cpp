@@ -1,0 +1,127 @@
+#include "browsers/npapi_common/ovUtility.h"
+
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <new>
+
+#include "ovlib/ovlog.h"
+
+NPNetscapeFuncs g_NPNFuncs = {};
+
+namespace {
+
+// A script value that the browser handed out; given back at the end of the scope unless taken.
+class ScriptValue {
+ public:
+  ScriptValue() { VOID_TO_NPVARIANT(_variant); }
+  ~ScriptValue() {
+    if (NPVARIANT_IS_STRING(_variant) || NPVARIANT_IS_OBJECT(_variant)) {
+      g_NPNFuncs.releasevariantvalue(&_variant);
+    }
+  }
+  ScriptValue(const ScriptValue&) = delete;
+  ScriptValue& operator=(const ScriptValue&) = delete;
+
+  NPVariant* out() { return &_variant; }
+  // Null when the value is not an object.
+  NPObject* object() const {
+    return NPVARIANT_IS_OBJECT(_variant) ? NPVARIANT_TO_OBJECT(_variant) : nullptr;
+  }
+  const NPString* string() const {
+    return NPVARIANT_IS_STRING(_variant) ? &NPVARIANT_TO_STRING(_variant) : nullptr;
+  }
+  NPString takeString() {
+    const NPString text = string() != nullptr ? *string() : NPString{nullptr, 0};
+    if (string() != nullptr) {
+      VOID_TO_NPVARIANT(_variant);
+    }
+    return text;
+  }
+
+ private:
+  NPVariant _variant;
+};
+
+// The page's window object as a value of its own.
+void getWindow(NPP instance, ScriptValue& window) {
+  NPObject* object = nullptr;
+  if (g_NPNFuncs.getvalue(instance, NPNVWindowNPObject, &object) == NPERR_NO_ERROR &&
+      object != nullptr) {
+    OBJECT_TO_NPVARIANT(object, *window.out());
+  }
+}
+
+void getProperty(NPP instance, const ScriptValue& owner, const char* name, ScriptValue& value) {
+  if (owner.object() != nullptr) {
+    g_NPNFuncs.getproperty(instance, owner.object(), g_NPNFuncs.getstringidentifier(name),
+                           value.out());
+  }
+}
+
+std::string toText(const NPString* s) {
+  const std::unique_ptr<char, decltype(&std::free)> copy(
+      s != nullptr ? OW_NPStringToCharPtr(s) : nullptr, std::free);
+  return copy ? copy.get() : "";
+}
+
+}  // namespace
+
+void OW_CharPtrToNPStringVariant(const char* text, NPVariant* out) {
+  const auto length = static_cast<uint32_t>(text != nullptr ? std::strlen(text) : 0);
+  auto* characters =
+      static_cast<NPUTF8*>(text != nullptr ? g_NPNFuncs.memalloc(length + 1) : nullptr);
+  if (characters == nullptr) {
+    STRINGN_TO_NPVARIANT(nullptr, 0, *out);
+    return;
+  }
+  std::memcpy(characters, text, length + 1);
+  STRINGN_TO_NPVARIANT(characters, length, *out);
+}
+
+char* OW_NPStringToCharPtr(const NPString* s) {
+  const size_t length = s->UTF8Length;
+  char* copy = static_cast<char*>(std::malloc(length + 1));
+  if (copy == nullptr) {
+    throw std::bad_alloc();
+  }
+  if (length > 0) {
+    std::memcpy(copy, s->UTF8Characters, length);
+  }
+  copy[length] = '\0';
+  return copy;
+}
+
+std::string OW_GetPageHostname(NPP instance) {
+  ScriptValue window;
+  ScriptValue location;
+  ScriptValue value;
+  getWindow(instance, window);
+  getProperty(instance, window, "location", location);
+  getProperty(instance, location, "hostname", value);
+  std::string hostname = toText(value.string());
+  if (hostname.empty()) {
+    hostname = "localhost";
+  }
+  ov_log("Hostname: %s", hostname.c_str());
+  return hostname;
+}
+
+NPString OW_JsonToString(NPP instance, NPObject* object) {
+  ScriptValue window;
+  ScriptValue json;
+  ScriptValue text;
+  getWindow(instance, window);
+  getProperty(instance, window, "JSON", json);
+  if (json.object() != nullptr) {
+    NPVariant argument;
+    OBJECT_TO_NPVARIANT(object, argument);
+    g_NPNFuncs.invoke(instance, json.object(), g_NPNFuncs.getstringidentifier("stringify"),
+                      &argument, 1, text.out());
+  }
+  return text.takeString();
+}
+
+NPError OW_CocoaEventsSupportedCheck(NPP) {
+  return NPERR_NO_ERROR;
+}

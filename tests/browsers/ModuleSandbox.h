@@ -1,0 +1,67 @@
+#ifndef TESTS_BROWSERS_MODULE_SANDBOX_H_
+#define TESTS_BROWSERS_MODULE_SANDBOX_H_
+
+#include <dlfcn.h>
+
+#include <string>
+#include <vector>
+
+#include "tests/support/FakeBrowser.h"
+#include "tests/support/Sandbox.h"
+
+// The module as a browser has it: loaded from its file, known by its entry points only.
+class ModuleSandbox : public test_support::Sandbox {
+ protected:
+  using FakeBrowser = test_support::FakeBrowser;
+
+  ModuleSandbox() : module(dlopen(ORVANE_MODULE, RTLD_NOW | RTLD_LOCAL)) {
+    EXPECT_NE(nullptr, module) << dlerror();
+    plugin.size = sizeof(plugin);
+  }
+  ~ModuleSandbox() override {
+    if (_initialized) {
+      entry<NPError (*)()>("NP_Shutdown")();
+    }
+    dlclose(module);
+  }
+
+  template <typename Function>
+  Function entry(const char* name) {
+    return reinterpret_cast<Function>(dlsym(module, name));
+  }
+  NPError initialize(NPNetscapeFuncs* functions, NPPluginFuncs* table) {
+    const NPError error =
+        entry<NPError (*)(NPNetscapeFuncs*, NPPluginFuncs*)>("NP_Initialize")(functions, table);
+    _initialized = error == NPERR_NO_ERROR;
+    return error;
+  }
+  NPError initialize() { return initialize(browser.functions(), &plugin); }
+
+  // An instance that does not wait for a local application.
+  NPP newInstance(FakeBrowser::Parameters parameters = {}) {
+    parameters.push_back({"pellion-launch-wait-timeout-ms", "0"});
+    return browser.createInstance(plugin, parameters);
+  }
+
+  // Whether lines that end in these texts stand in the log in this order.
+  testing::AssertionResult logged(const std::vector<std::string>& texts) const {
+    const std::string log = logText();
+    size_t position = 0;
+    for (const std::string& text : texts) {
+      position = log.find(" " + text + "\n", position);
+      if (position == std::string::npos) {
+        return testing::AssertionFailure() << "no line \"" << text << "\" in\n" << log;
+      }
+    }
+    return testing::AssertionSuccess();
+  }
+
+  FakeBrowser browser;
+  void* module;
+  NPPluginFuncs plugin = {};
+
+ private:
+  bool _initialized = false;
+};
+
+#endif  // TESTS_BROWSERS_MODULE_SANDBOX_H_

@@ -1,0 +1,115 @@
+#ifndef TESTS_BROWSERS_PLUGIN_FIXTURE_H_
+#define TESTS_BROWSERS_PLUGIN_FIXTURE_H_
+
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "browsers/npapi_common/ovOrvaneWebPlugin.h"
+#include "browsers/npapi_common/ovUtility.h"
+#include "plugin/src/RunnableScheduler.h"
+#include "plugin/src/Utils.h"
+#include "tests/support/FakeBrowser.h"
+#include "tests/support/Sandbox.h"
+#include "tests/support/ScriptedServer.h"
+#include "tests/support/WaitFor.h"
+
+// A plugin object in a page of the fake browser, and a local application that answers whatever the
+// test says. `Home` is the sandbox to stand in.
+template <typename Home>
+class PluginFixture : public Home {
+ protected:
+  using FakeBrowser = test_support::FakeBrowser;
+  using Parameters = std::map<std::string, std::string>;
+
+  PluginFixture() {
+    g_NPNFuncs = *browser.functions();
+    Pellion::Web::Utils::logInit();
+    Pellion::Web::RunnableScheduler::init();
+  }
+  ~PluginFixture() override {
+    if (plugin != nullptr) {
+      destroy();
+    }
+    Pellion::Web::RunnableScheduler::cleanup();
+    Pellion::Web::Utils::logCleanup();
+  }
+
+  // The local application from now on.
+  void serve(test_support::ScriptedServer::Script script) {
+    server = std::make_unique<test_support::ScriptedServer>(std::move(script));
+    this->writeUrlFile(server->port());
+  }
+  void serve(const std::string& body) {
+    serve([body](int connection, const std::string&, size_t) {
+      test_support::sendAll(connection, test_support::httpResponse(body));
+    });
+  }
+  // What it got of one kind, by the beginning of the request.
+  std::vector<std::string> requestsFor(const std::string& start) const {
+    std::vector<std::string> found;
+    for (const std::string& request : server->requests()) {
+      if (request.compare(0, start.size(), start) == 0) {
+        found.push_back(request);
+      }
+    }
+    return found;
+  }
+
+  // As NPP_New and NPP_Destroy do. Without a local application nothing is waited for.
+  void create(Parameters parameters = {}) {
+    if (server == nullptr) {
+      parameters["pellion-launch-wait-timeout-ms"] = "0";
+    }
+    instance = browser.openInstance();
+    try {
+      plugin = new ovOrvaneWebPlugin(instance, parameters);
+    } catch (...) {
+      browser.closeInstance(instance);
+      throw;
+    }
+    instance->pdata = plugin;
+    object = plugin->objectForWebScript();
+  }
+  void destroy() {
+    delete plugin;
+    plugin = nullptr;
+    instance->pdata = nullptr;
+    browser.closeInstance(instance);
+  }
+
+  std::optional<test_support::PageValue> call(const std::string& method,
+                                              const test_support::PageArguments& arguments = {}) {
+    return browser.call(object, method, arguments);
+  }
+  // No reference of the plugin's is left on it.
+  void expectLetGo(const test_support::PageObject* page) const {
+    EXPECT_EQ(browser.retains(page), browser.releases(page));
+    EXPECT_GT(browser.retains(page), 0);
+  }
+
+  // Whether lines with these texts stand in the log in this order.
+  testing::AssertionResult logged(const std::vector<std::string>& texts) const {
+    const std::string log = this->logText();
+    size_t position = 0;
+    for (const std::string& text : texts) {
+      position = log.find(text, position);
+      if (position == std::string::npos) {
+        return testing::AssertionFailure() << "no \"" << text << "\" there in\n" << log;
+      }
+      position += text.size();
+    }
+    return testing::AssertionSuccess();
+  }
+
+  FakeBrowser browser;
+  std::unique_ptr<test_support::ScriptedServer> server;
+  NPP instance = nullptr;
+  ovOrvaneWebPlugin* plugin = nullptr;
+  NPObject* object = nullptr;  // the script object
+};
+
+using PluginSandbox = PluginFixture<test_support::Sandbox>;
+
+#endif  // TESTS_BROWSERS_PLUGIN_FIXTURE_H_

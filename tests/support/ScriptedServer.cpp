@@ -1,6 +1,7 @@
 #include "tests/support/ScriptedServer.h"
 
 #include <arpa/inet.h>
+#include <fcntl.h>
 #include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -33,7 +34,7 @@ ScriptedServer::ScriptedServer(Script script) : _script(std::move(script)) {
   if (bind(_listener, reinterpret_cast<sockaddr*>(&address), size) != 0 ||
       listen(_listener, 64) != 0 ||
       getsockname(_listener, reinterpret_cast<sockaddr*>(&address), &size) != 0 ||
-      pipe(_wake) != 0) {
+      pipe2(_wake, O_CLOEXEC) != 0) {
     throw std::runtime_error("cannot listen on the loopback interface");
   }
   _port = ntohs(address.sin_port);

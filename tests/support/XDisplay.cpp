@@ -1,7 +1,9 @@
 #include "tests/support/XDisplay.h"
 
 #include <fcntl.h>
+#include <gtest/gtest.h>
 #include <signal.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -98,10 +100,12 @@ XDisplay::XDisplay() {
   _server = fork();
   if (_server == 0) {
     close(ends[0]);
+    // A test that crashes or is killed for its time leaves no server behind.
+    prctl(PR_SET_PDEATHSIG, SIGTERM);
     const int quiet = open("/dev/null", O_WRONLY);
     dup2(quiet, 2);
     execlp("Xvfb", "Xvfb", "-displayfd", std::to_string(ends[1]).c_str(), "-screen", "0",
-           "1024x768x24", "-nolisten", "tcp", nullptr);
+           "1024x768x24", "-nolisten", "tcp", "-noreset", nullptr);
     _exit(127);
   }
   close(ends[1]);
@@ -161,17 +165,20 @@ void choosePath(const std::string& title, const std::string& path) {
   key("Return");
 }
 
-void chooseAllIn(const std::string& title, const std::string& directory) {
-  const std::string window = waitForWindow(title);
-  choosePath(title, directory + "/");
+void chooseAll(const std::string& title, const std::string& accept) {
+  const Point middle = middleOf(waitForWindow(title));
   pause(500);
-  const Point middle = middleOf(window);
   movePointer(middle.x + 60, middle.y + 60);
   xdotool("click 1");
   pause(150);
   key("ctrl+a");
   pause(150);
-  key("Return");
+  key(accept);
+}
+
+void chooseAllIn(const std::string& title, const std::string& directory) {
+  choosePath(title, directory + "/");
+  chooseAll(title);
 }
 
 void cancel(const std::string& title) {
@@ -199,17 +206,20 @@ void drag(const std::string& from, const std::string& to) {
   for (int i = 1; i <= 3; ++i) {
     movePointer(end.x + i, end.y);
   }
+  waitFor([&] { return xdotool("getwindowname " + from) == "Drop welcome"; },
+          std::chrono::seconds(3));
   xdotool("mouseup 1");
 }
 
 }  // namespace user
 
 UserThread::UserThread(std::function<void()> steps)
-    : _thread([this, steps = std::move(steps)] {
+    : _thread([steps = std::move(steps)] {
         try {
           steps();
-        } catch (...) {
-          _error = std::current_exception();
+        } catch (const std::exception& e) {
+          ADD_FAILURE() << e.what();
+          _exit(1);
         }
       }) {}
 
@@ -221,9 +231,6 @@ UserThread::~UserThread() {
 
 void UserThread::join() {
   _thread.join();
-  if (_error) {
-    std::rethrow_exception(_error);
-  }
 }
 
 }  // namespace test_support

@@ -1,0 +1,249 @@
+#include <gmock/gmock.h>
+
+#include <chrono>
+#include <filesystem>
+#include <random>
+#include <set>
+
+#include "tests/pellion_simulator/Simulator.h"
+#include "tests/support/ScriptedServer.h"
+#include "tests/support/WaitFor.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using test_support::Activity;
+using test_support::bodyOf;
+using test_support::httpResponse;
+using test_support::readFile;
+using test_support::ScriptedServer;
+using test_support::sendAll;
+using test_support::waitFor;
+using test_support::writeFile;
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+class SimulatorDownload : public test_support::SimulatorTest {
+ protected:
+  static std::string urlOf(const ScriptedServer& server, const std::string& path) {
+    return "http://127.0.0.1:" + std::to_string(server.port()) + path;
+  }
+};
+
+std::string randomBytes(size_t size) {
+  std::mt19937 generator(4711);
+  std::string bytes(size, '\0');
+  for (char& byte : bytes) {
+    byte = static_cast<char>(generator());
+  }
+  return bytes;
+}
+
+TEST_F(SimulatorDownload, movesEveryByte) {
+  const std::string bytes = randomBytes(3'000'000);
+  const ScriptedServer server(httpResponse(bytes));
+  const auto simulator = start();
+  const std::string id = transfer({urlOf(server, "/data/report.pdf?version=2#top")}, "");
+  const Activity activity = waitForEnd(id);
+  EXPECT_EQ(activity.status, "completed") << activity.error;
+  EXPECT_EQ(activity.direction, "receive");
+  EXPECT_EQ(activity.written, 3'000'000);
+  EXPECT_EQ(activity.expected, 3'000'000);
+  EXPECT_EQ(activity.percentage, 100);
+  EXPECT_THAT(activity.paths, ElementsAre(path("Downloads/report.pdf")));
+  EXPECT_EQ(readFile(path("Downloads/report.pdf")), bytes);
+  EXPECT_THAT(filesBelow("Downloads"), ElementsAre("report.pdf"));
+  EXPECT_THAT(server.requests()[0], HasSubstr("GET /data/report.pdf?version=2 HTTP/1.1\r\n"));
+}
+
+// Every case downloads from `source` to `destination`; "~" stands for the home directory.
+TEST_F(SimulatorDownload, namesTheFile) {
+  const ScriptedServer server(httpResponse("text"));
+  writeFile(path("a b%20#?\u00fc&<.txt"), "text");
+  writeFile(path("taken"), "old");
+  writeFile(path("taken.tar.gz"), "old");
+  writeFile(path("taken.tar (2).gz"), "old");
+  fs::create_directories(path("folder"));
+  fs::create_directories(path(".config"));
+  writeFile(path(".config/user-dirs.dirs"), "XDG_DOWNLOAD_DIR=\"$HOME/Files from afar\"\n");
+  const auto simulator = start();
+  const struct {
+    const char *label, *source, *destination, *result;
+  } kCases[] = {
+      {"desktop's directory", "/f.txt", "", "Files from afar/f.txt"},
+      {"existing directory", "/f.txt", "file://~/folder", "folder/f.txt"},
+      {"new directory", "/f.txt", "file://~/new/deep/", "new/deep/f.txt"},
+      {"save dialog's pick", "/f.txt", "file://~/other.bin", "other.bin"},
+      {"plain path", "/f.txt", "~/plain.bin", "plain.bin"},
+      {"raw bytes in the pick", "/f.txt", "file://~/50% of #1? \u00fc", "50% of #1? \u00fc"},
+      {"encoded source", "/a%20b%2fc%25.txt", "file://~/folder", "folder/a b_c%.txt"},
+      {"blanks and UTF-8 in the source", "/d e \u00fc.txt", "file://~/folder",
+       "folder/d e \u00fc.txt"},
+      {"no name", "/", "file://~/folder", "folder/download"},
+      {"dots for a name", "/x/%2e%2E/", "file://~/new/", "new/download"},
+      {"taken pick", "/f.txt", "file://~/taken", "taken (2)"},
+      {"taken twice", "/f.txt", "file://~/taken.tar.gz", "taken.tar (3).gz"},
+      {"a file of this machine", "file://~/a b%20#?\u00fc&<.txt", "",
+       "Files from afar/a b%20#?\u00fc&<.txt"},
+  };
+  const auto fromHome = [&](std::string text) {
+    const size_t tilde = text.find('~');
+    return tilde == std::string::npos ? text : text.replace(tilde, 1, home());
+  };
+  for (const auto& c : kCases) {
+    SCOPED_TRACE(c.label);
+    const std::string source = *c.source == '/' ? urlOf(server, c.source) : fromHome(c.source);
+    const Activity activity = waitForEnd(transfer({source}, fromHome(c.destination)));
+    EXPECT_EQ(activity.status, "completed") << activity.error;
+    EXPECT_THAT(activity.paths, ElementsAre(path(c.result)));
+    EXPECT_EQ(readFile(path(c.result)), "text");
+  }
+  EXPECT_EQ(readFile(path("taken")), "old");
+}
+
+TEST_F(SimulatorDownload, givesEachOfManyAtOnceANameOfItsOwn) {
+  const std::string bytes = randomBytes(50'000);
+  const ScriptedServer server(httpResponse(bytes));
+  const auto simulator = start();
+  const size_t count = 20;
+  std::set<std::string> paths;
+  std::vector<std::string> ids;
+  for (size_t i = 0; i < count; ++i) {
+    ids.push_back(transfer({urlOf(server, "/same.bin")}, ""));
+  }
+  for (const std::string& id : ids) {
+    paths.insert(waitForEnd(id).paths.at(0));
+  }
+  EXPECT_EQ(paths.size(), count);
+  EXPECT_EQ(filesBelow("Downloads").size(), count);
+  for (const std::string& one : paths) {
+    EXPECT_EQ(readFile(one), bytes);
+  }
+}
+
+TEST_F(SimulatorDownload, saysWhyItFailedAndLeavesNothing) {
+  const ScriptedServer server([](int connection, const std::string& request, size_t) {
+    const std::string target = request.substr(4, request.find(' ', 4) - 4);
+    if (target == "/cut") {
+      sendAll(connection,
+              "HTTP/1.1 200 OK\r\nContent-Length: 100000\r\n\r\n" + std::string(50'000, 'x'));
+    } else if (target == "/cut-chunk") {
+      sendAll(connection, "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n6\r\nabc");
+    } else if (target == "/to-file") {
+      sendAll(connection,
+              "HTTP/1.1 302 Found\r\nLocation: file:///etc/passwd\r\nConnection: "
+              "close\r\nContent-Length: 0\r\n\r\n");
+    } else if (target == "/around") {
+      sendAll(connection,
+              "HTTP/1.1 302 Found\r\nLocation: /around\r\nConnection: close\r\nContent-Length: "
+              "0\r\n\r\n");
+    } else if (target == "/large") {
+      sendAll(connection, httpResponse(std::string(300'000, 'x')));
+    } else {
+      sendAll(connection, httpResponse("<h1>Nothing here</h1>", "404 Not Found"));
+    }
+  });
+  writeFile(path("file"), "");
+  fs::create_directories(path("place"));
+  const auto simulator = start({}, 200'000);
+  const std::string place = "file://" + path("place/");
+  const struct {
+    std::string source, destination, error;
+  } kCases[] = {
+      {urlOf(server, "/missing"), place, "missing: the server answered \"404 Not Found\""},
+      {urlOf(server, "/cut"), place, "cut: transfer closed with 50000 bytes remaining"},
+      {urlOf(server, "/cut-chunk"), place, "cut-chunk: transfer closed"},
+      {urlOf(server, "/to-file"), place, "to-file: Protocol \"file\" not supported"},
+      {urlOf(server, "/around"), place, "around: Maximum (10) redirects followed"},
+      {urlOf(server, "/large"), place, "large: cannot write " + path("place/large") + ": File too"},
+      {"http://127.0.0.1:1/f", place, "f: Failed to connect"},
+      {"http://a b/f", place, "not a valid address: http://a b/f"},
+      {"ovtp://example.org/f", place, "addresses of the kind ovtp:// are not supported"},
+      {"report.pdf", place, "neither an absolute path nor an address: report.pdf"},
+      {"file://server/share", place, "a file URL needs an absolute path"},
+      {"file://" + path("absent"), place, "cannot read " + path("absent") + ": No such file"},
+      {"file:///dev/zero", place, "cannot read /dev/zero: not a regular file"},
+      {urlOf(server, "/f"), "http://example.org/",
+       "a download needs a destination on this machine"},
+      {urlOf(server, "/f"), path("file/f"), "f: cannot make the directory " + path("file")},
+  };
+  for (const auto& c : kCases) {
+    SCOPED_TRACE(c.source);
+    const Activity activity = waitForEnd(transfer({c.source}, c.destination));
+    EXPECT_EQ(activity.status, "failed");
+    EXPECT_THAT(activity.error, HasSubstr(c.error));
+    EXPECT_THAT(filesBelow("place"), ElementsAre());
+  }
+  EXPECT_EQ(readFile(path("file")), "");
+}
+
+// Two requests in one body: one into the download directory, one to an absolute place.
+TEST_F(SimulatorDownload, readsTransferSpecs) {
+  const ScriptedServer server(httpResponse("text"));
+  const auto simulator = start();
+  const std::string base = urlOf(server, "/base");
+  const std::string response = request(
+      "POST", "/v4/transfers/start",
+      R"({"orvane_pellion_settings":{"app_id":"all"},"transfer_specs":[)"
+      R"({"transfer_spec":{"direction":"receive","destination_root":"sub","remote_url":")" +
+          base + R"(","paths":[{"source":"/one two"},{"source":"b","destination":"x/c"}]}},)" +
+          R"({"orvane_pellion_settings":{"app_id":"own","use_absolute_destination_path":true},)" +
+          R"("transfer_spec":{"direction":"receive","destination_root":")" + path("pick.bin") +
+          R"(","paths":[{"source":")" + base + R"("}]}}]})");
+  EXPECT_THAT(response, HasSubstr("HTTP/1.1 200 OK"));
+  EXPECT_TRUE(waitFor([&] {
+    const auto transfers = activity().transfers;
+    return transfers.size() == 2 && transfers[0].status == "completed" &&
+           transfers[1].status == "completed";
+  }));
+  EXPECT_THAT(filesBelow("Downloads/sub"), ElementsAre("one two", "x/c"));
+  EXPECT_EQ(readFile(path("pick.bin")), "text");
+  EXPECT_THAT(server.requests(), testing::Contains(HasSubstr("GET /base/one%20two HTTP/1.1")));
+  // A session sees its own transfers and those without an application id.
+  EXPECT_EQ(activity("", "own").transfers.size(), 1u);
+  EXPECT_EQ(activity("", "other").transfers.size(), 0u);
+  transfer({base}, "");
+  EXPECT_EQ(activity("", "other").transfers.size(), 1u);
+}
+
+TEST_F(SimulatorDownload, reportsOnlyWhatChanged) {
+  const ScriptedServer server(httpResponse("text"));
+  const auto simulator = start();
+  const std::string beforeAll = activity().token;
+  waitForEnd(transfer({urlOf(server, "/one")}, ""));
+  const test_support::ActivityAnswer first = activity();
+  ASSERT_EQ(first.transfers.size(), 1u);
+  EXPECT_EQ(activity(first.token).transfers.size(), 0u);
+  EXPECT_EQ(activity(first.token).token, first.token);
+  EXPECT_EQ(activity(beforeAll).transfers.size(), 1u);
+
+  const std::string second = transfer({urlOf(server, "/two")}, "");
+  waitForEnd(second);
+  const auto changed = activity(first.token).transfers;
+  ASSERT_EQ(changed.size(), 1u);
+  EXPECT_EQ(changed[0].id, second);
+  // Tokens of another run, whether its clock was behind or ahead.
+  for (const char* token : {"0", "17", "18000000000000000000"}) {
+    EXPECT_EQ(activity(token).transfers.size(), 2u) << token;
+  }
+}
+
+TEST_F(SimulatorDownload, keepsToTheRateLimitAndShowsProgress) {
+  const ScriptedServer server(httpResponse(std::string(30'000, 'x')));
+  const auto simulator = start({"--rate-limit", "20000"});
+  const auto begin = std::chrono::steady_clock::now();
+  const std::string id = transfer({urlOf(server, "/slow")}, "");
+  Activity seen;
+  EXPECT_TRUE(waitFor([&] {
+    seen = activity().transfers.at(0);
+    return seen.percentage >= 30;
+  }));
+  EXPECT_EQ(seen.status, "running");
+  EXPECT_LT(seen.percentage, 100);
+  EXPECT_EQ(seen.expected, 30'000);
+  EXPECT_NEAR(static_cast<double>(seen.rate), 20'000, 10'000);
+  EXPECT_EQ(waitForEnd(id).status, "completed");
+  EXPECT_GT(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(1400));
+}
+
+}  // namespace

@@ -1,0 +1,242 @@
+#include "tests/pellion_simulator/Simulator.h"
+
+#include <arpa/inet.h>
+#include <fcntl.h>
+#include <signal.h>
+#include <sys/resource.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <yajl/yajl_tree.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <stdexcept>
+
+#include "tests/support/ScriptedServer.h"
+#include "tests/support/WaitFor.h"
+
+namespace test_support {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+yajl_val member(yajl_val node, const char* name) {
+  const char* path[] = {name, nullptr};
+  return yajl_tree_get(node, path, yajl_t_any);
+}
+
+std::string text(yajl_val node, const char* name) {
+  const yajl_val value = member(node, name);
+  return YAJL_IS_STRING(value) ? YAJL_GET_STRING(value) : "?";
+}
+
+long long number(yajl_val node, const char* name) {
+  const yajl_val value = member(node, name);
+  return YAJL_IS_INTEGER(value) ? YAJL_GET_INTEGER(value) : -1;
+}
+
+std::vector<yajl_val> items(yajl_val node, const char* name) {
+  const yajl_val list = member(node, name);
+  if (!YAJL_IS_ARRAY(list)) {
+    return {};
+  }
+  return {list->u.array.values, list->u.array.values + list->u.array.len};
+}
+
+Activity readActivity(yajl_val node) {
+  Activity activity;
+  activity.id = text(node, "id");
+  activity.appId = text(node, "app_id");
+  activity.direction = text(node, "direction");
+  activity.status = text(node, "status");
+  activity.error = text(node, "error");
+  activity.written = number(node, "bytes_written");
+  activity.expected = number(node, "bytes_expected");
+  activity.percentage = number(node, "percentage");
+  activity.rate = number(node, "rate");
+  for (const yajl_val file : items(node, "files")) {
+    activity.paths.push_back(text(file, "path"));
+  }
+  return activity;
+}
+
+std::string escapedXml(const std::string& plain) {
+  std::string xml;
+  for (const char c : plain) {
+    xml += c == '&' ? "&amp;" : c == '<' ? "&lt;" : c == '>' ? "&gt;" : std::string(1, c);
+  }
+  return xml;
+}
+
+bool isFinished(const Activity& activity) {
+  return activity.status != "initiating" && activity.status != "running";
+}
+
+}  // namespace
+
+Simulator::Simulator(const std::vector<std::string>& arguments, const std::string& errorFile,
+                     size_t largestFile)
+    : _errorFile(errorFile) {
+  std::vector<char*> words = {const_cast<char*>(ORVANE_PELLION)};
+  for (const std::string& word : arguments) {
+    words.push_back(const_cast<char*>(word.c_str()));
+  }
+  words.push_back(nullptr);
+  _pid = fork();
+  if (_pid == 0) {
+    const int errors = open(errorFile.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+    dup2(errors, STDOUT_FILENO);
+    dup2(errors, STDERR_FILENO);
+    if (largestFile > 0) {
+      const rlimit limit = {largestFile, largestFile};
+      setrlimit(RLIMIT_FSIZE, &limit);
+    }
+    execv(words[0], words.data());
+    _exit(127);
+  }
+}
+
+Simulator::~Simulator() {
+  if (hasEnded()) {
+    return;
+  }
+  signal(SIGTERM);
+  if (!waitFor([this] { return hasEnded(); })) {
+    signal(SIGKILL);
+    waitpid(_pid, &_status, 0);
+  }
+  EXPECT_EQ(_status, 0) << readFile(_errorFile);
+}
+
+void Simulator::signal(int number) const {
+  kill(_pid, number);
+}
+
+bool Simulator::hasEnded() {
+  _ended = _ended || waitpid(_pid, &_status, WNOHANG) == _pid;
+  return _ended;
+}
+
+int Simulator::wait() {
+  if (!waitFor([this] { return hasEnded(); })) {
+    throw std::runtime_error("the simulator does not end");
+  }
+  return WIFSIGNALED(_status) ? -WTERMSIG(_status) : WEXITSTATUS(_status);
+}
+
+SimulatorTest::SimulatorTest() {
+  unsetenv("XDG_CONFIG_HOME");
+}
+
+std::unique_ptr<Simulator> SimulatorTest::start(const std::vector<std::string>& arguments,
+                                                size_t largestFile) {
+  auto simulator = std::make_unique<Simulator>(arguments, errorFile(), largestFile);
+  const bool published = waitFor([&] {
+    const std::string pid = readFile(dataPath("var/run/process.pid"));
+    return simulator->hasEnded() ||
+           (pid == std::to_string(simulator->pid()) && fs::exists(dataPath("var/run/http.uri")) &&
+            ownLog().find("Process " + pid + " listens") != std::string::npos);
+  });
+  if (!published || simulator->hasEnded()) {
+    throw std::runtime_error("the simulator does not start: " + readFile(errorFile()));
+  }
+  return simulator;
+}
+
+int SimulatorTest::port() const {
+  const std::string url = readFile(dataPath("var/run/http.uri"));
+  return std::stoi(url.substr(url.rfind(':') + 1));
+}
+
+std::string SimulatorTest::exchange(const std::string& request) const {
+  const int connection = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  sockaddr_in address = {};
+  address.sin_family = AF_INET;
+  address.sin_port = htons(static_cast<uint16_t>(port()));
+  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  std::string response;
+  if (connect(connection, reinterpret_cast<sockaddr*>(&address), sizeof(address)) == 0 &&
+      sendAll(connection, request)) {
+    char buffer[4096];
+    for (ssize_t count; (count = recv(connection, buffer, sizeof(buffer), 0)) > 0;) {
+      response.append(buffer, static_cast<size_t>(count));
+    }
+  }
+  close(connection);
+  return response;
+}
+
+std::string SimulatorTest::request(const std::string& method, const std::string& target,
+                                   const std::string& body) const {
+  return exchange(method + " " + target + " HTTP/1.1\r\nConnection: close\r\nContent-Length: " +
+                  std::to_string(body.size()) +
+                  "\r\nContent-Type: application/vnd.orvane.xferreq+json\r\n"
+                  "User-Agent: Orvane Pellion\r\n\r\n" +
+                  body);
+}
+
+std::string SimulatorTest::transfer(const std::vector<std::string>& sources,
+                                    const std::string& destination) {
+  std::string xml = "<xferreq xmlns=\"http://schema.orvane.example/xml/xferreq/\">";
+  for (const std::string& source : sources) {
+    xml += "<src>" + escapedXml(source) + "</src>";
+  }
+  if (!destination.empty()) {
+    xml += "<dest>" + escapedXml(destination) + "</dest>";
+  }
+  const std::string response = request("POST", "/transfers/", xml + "</xferreq>");
+  const size_t id = response.find("{\"id\":\"");
+  if (id == std::string::npos) {
+    throw std::runtime_error("not started: " + response);
+  }
+  return response.substr(id + 7, response.find('"', id + 7) - id - 7);
+}
+
+ActivityAnswer SimulatorTest::activity(const std::string& token, const std::string& appId) const {
+  // The poller's own notation.
+  const std::string body =
+      bodyOf(request("POST", "/v4/transfers/activity",
+                     "{\n    \"iteration_token\": \"" + token +
+                         "\",\n    \"orvane_pellion_settings\" : {\n        \"app_id\": \"" +
+                         appId + "\"\n    }\n}\n"));
+  char error[1024] = "";
+  const std::unique_ptr<yajl_val_s, decltype(&yajl_tree_free)> root(
+      yajl_tree_parse(body.c_str(), error, sizeof(error)), yajl_tree_free);
+  ActivityAnswer answer;
+  answer.token = text(root.get(), "iteration_token");
+  for (const yajl_val transfer : items(root.get(), "transfers")) {
+    answer.transfers.push_back(readActivity(transfer));
+  }
+  return answer;
+}
+
+Activity SimulatorTest::waitForEnd(const std::string& id) const {
+  Activity found;
+  const bool ended = waitFor([&] {
+    const ActivityAnswer answer = activity();
+    const auto transfer =
+        std::find_if(answer.transfers.begin(), answer.transfers.end(),
+                     [&](const Activity& one) { return id.empty() || one.id == id; });
+    found = transfer != answer.transfers.end() ? *transfer : Activity();
+    return !found.id.empty() && isFinished(found);
+  });
+  if (!ended) {
+    throw std::runtime_error("the transfer does not end; it is " + found.status);
+  }
+  return found;
+}
+
+std::vector<std::string> SimulatorTest::filesBelow(const std::string& relative) const {
+  std::vector<std::string> files;
+  for (const auto& entry : fs::recursive_directory_iterator(path(relative))) {
+    if (!entry.is_directory()) {
+      files.push_back(fs::path(entry.path()).lexically_relative(path(relative)).string());
+    }
+  }
+  std::sort(files.begin(), files.end());
+  return files;
+}
+
+}  // namespace test_support

@@ -1,0 +1,64 @@
+#include <gmock/gmock.h>
+
+#include "tests/pellion_simulator/Simulator.h"
+#include "tests/support/ScriptedServer.h"
+#include "tests/support/WaitFor.h"
+#include "tests/support/XDisplay.h"
+
+namespace {
+
+namespace user = test_support::user;
+using test_support::readFile;
+using test_support::waitFor;
+
+// With a screen of its own.
+class SimulatorWindows : public test_support::SimulatorTest {
+ private:
+  test_support::XDisplay _display;
+};
+
+const char kPreferences[] = "Orvane Pellion .* Preferences";
+const char kTransfers[] = "Orvane Pellion .* Transfers";
+
+TEST_F(SimulatorWindows, showsEachAndHidesItAgain) {
+  const auto simulator = start({"--rate-limit", "20000"});
+  const test_support::ScriptedServer server(test_support::httpResponse(std::string(100'000, 'x')));
+  transfer({"http://127.0.0.1:" + std::to_string(server.port()) + "/large.bin"}, "");
+  transfer({"/no/such/file"}, "");
+  for (int round = 0; round < 2; ++round) {
+    request("GET", "/windows/about/", "");
+    user::enter(user::waitForWindow("About Orvane Pellion"));
+    user::key("Escape");
+    user::waitForNoWindow("About Orvane Pellion");
+  }
+  request("GET", "/windows/transfer-manager/", "");
+  user::waitForWindow(kTransfers);
+}
+
+TEST_F(SimulatorWindows, savesThePreferences) {
+  const test_support::ScriptedServer server(test_support::httpResponse(std::string(100'000, 'x')));
+  auto simulator = start();
+  request("GET", "/windows/preferences/", "");
+  user::enter(user::waitForWindow(kPreferences));
+  // The check box by its letter, the amount beside it, and the dialog's default button.
+  user::key("alt+l");
+  user::key("Tab");
+  user::type("10");
+  user::key("alt+s");
+  user::waitForNoWindow(kPreferences);
+  EXPECT_EQ(readFile(dataPath("etc/orvanepellion.conf")),
+            "download_directory = \nrate_limit = 10240\n");
+
+  // It holds at once, and for the next run.
+  const std::string url = "http://127.0.0.1:" + std::to_string(server.port()) + "/slow";
+  transfer({url}, "");
+  EXPECT_TRUE(waitFor([&] { return activity().transfers[0].rate > 0; }));
+  EXPECT_LT(activity().transfers[0].rate, 30'000);
+  simulator.reset();
+  simulator = start();
+  transfer({url}, "");
+  EXPECT_TRUE(waitFor([&] { return activity().transfers[0].rate > 0; }));
+  EXPECT_LT(activity().transfers[0].rate, 30'000);
+}
+
+}  // namespace

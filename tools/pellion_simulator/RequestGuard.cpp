@@ -1,0 +1,51 @@
+#include "tools/pellion_simulator/RequestGuard.h"
+
+#include <glib.h>
+
+#include <algorithm>
+#include <string>
+
+#include "tools/pellion_simulator/ApiError.h"
+
+namespace pellion_simulator {
+
+namespace {
+
+// `authority`: a host, with or without a port.
+bool namesThisMachine(const std::string& authority) {
+  const size_t bracket = authority.find(']');
+  const size_t colon = authority.find(':', bracket == std::string::npos ? 0 : bracket);
+  std::string host = authority.substr(0, colon);
+  std::transform(host.begin(), host.end(), host.begin(), g_ascii_tolower);
+  const std::string port = colon == std::string::npos ? "" : authority.substr(colon + 1);
+  return port.find_first_not_of("0123456789") == std::string::npos &&
+         (host == "127.0.0.1" || host == "localhost" || host == "[::1]");
+}
+
+std::string afterScheme(const std::string& origin) {
+  const size_t separator = origin.find("://");
+  return separator == std::string::npos ? origin : origin.substr(separator + 3);
+}
+
+}  // namespace
+
+void checkRequestIsLocal(const httplib::Request& request) {
+  for (size_t i = 0; i < request.get_header_value_count("Host"); ++i) {
+    const std::string host = request.get_header_value("Host", i);
+    if (!namesThisMachine(host)) {
+      throw ApiError(403, "Requests for the host " + host + " are not answered here");
+    }
+  }
+  for (size_t i = 0; i < request.get_header_value_count("Origin"); ++i) {
+    const std::string origin = request.get_header_value("Origin", i);
+    if (!namesThisMachine(afterScheme(origin))) {
+      throw ApiError(403, "Requests from pages of " + origin + " are not answered");
+    }
+  }
+  const std::string site = request.get_header_value("Sec-Fetch-Site");
+  if (site == "cross-site" || site == "same-site") {
+    throw ApiError(403, "Requests from pages of another site are not answered");
+  }
+}
+
+}  // namespace pellion_simulator

@@ -1,0 +1,15 @@
+#ifndef PELLION_SIMULATOR_REQUEST_GUARD_H_
+#define PELLION_SIMULATOR_REQUEST_GUARD_H_
+
+#include <httplib.h>
+
+namespace pellion_simulator {
+
+// Keeps web sites from reaching this program past the plugin, through the user's browser: a Host
+// header must name this machine, and so must an Origin. The plugin sends neither. Throws ApiError
+// (403).
+void checkRequestIsLocal(const httplib::Request& request);
+
+}  // namespace pellion_simulator
+
+#endif  // PELLION_SIMULATOR_REQUEST_GUARD_H_

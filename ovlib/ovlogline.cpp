@@ -1,7 +1,6 @@
 #include <pthread.h>
 #include <unistd.h>
 
-#include <cstdint>
 #include <cstdio>
 #include <cstring>
 

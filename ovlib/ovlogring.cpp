@@ -1,5 +1,4 @@
 #include <cctype>
-#include <climits>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>

@@ -75,7 +75,6 @@ class SegmentStack {
   size_t _length;
 };
 
-// "server/share/" or "c:/" or "/": the root's text is collected from parts of the path.
 int copyUncPrefix(const char* path, char* prefix, size_t size, const char** rest) {
   ov_path_unc_range parts;
   if (ov_path_unc_parts(path, &parts) != 0) {

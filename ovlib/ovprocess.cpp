@@ -104,7 +104,9 @@ void unblockSignals() {
   dropSignalHandlers();
   unblockSignals();
   closeDescriptors(limit);
-  _exit(execve(arguments[0], const_cast<char* const*>(arguments), environ) == 0 ? 0 : errno);
+  // Not with `environ`: browsers bind a module's symbols to its own libraries first, where the
+  // variable stays empty when the program has a copy of it.
+  _exit(execv(arguments[0], const_cast<char* const*>(arguments)) == 0 ? 0 : errno);
 }
 
 int descriptorLimit() {

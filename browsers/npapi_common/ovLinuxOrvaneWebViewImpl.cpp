@@ -53,17 +53,6 @@ bool isDirectory(const std::string& path) {
   return ov_file_stat(path.c_str(), &status) == 0 && status.kind == OV_FILE_DIRECTORY;
 }
 
-gboolean releaseWidget(gpointer widget) {
-  g_object_unref(widget);
-  return FALSE;
-}
-
-// GTK looks at the widget's drop registration once more after the handler; the widget may be
-// destroyed in it.
-void keepUntilHandled(GtkWidget* widget) {
-  g_idle_add(releaseWidget, g_object_ref(widget));
-}
-
 // The dropped URIs, which the caller frees; null when the data is of another kind.
 gchar** takeUris(GtkSelectionData* data, guint info) {
   if (data == nullptr || gtk_selection_data_get_length(data) < 0 ||
@@ -146,7 +135,9 @@ void ovLinuxOrvaneWebViewImpl::setImage(const void* bytes, size_t length) {
   // The browser may have closed the window already, and with it the plug's child.
   GtkWidget* child = gtk_bin_get_child(GTK_BIN(_windowPlug));
   if (child != nullptr) {
-    gtk_container_remove(GTK_CONTAINER(_windowPlug), child);
+    // Removed alone, a label that a drop is on its way to would live on and call this object, which
+    // may be gone by then.
+    gtk_widget_destroy(child);
     _labelWidget = gtk_image_new_from_pixbuf(pixbuf);
     gtk_container_add(GTK_CONTAINER(_windowPlug), _labelWidget);
     gtk_widget_show(_labelWidget);
@@ -188,7 +179,9 @@ bool ovLinuxOrvaneWebViewImpl::collectPath(const gchar* uri,
 std::vector<std::string> ovLinuxOrvaneWebViewImpl::collectPaths(gchar** uris) const {
   std::vector<std::string> paths;
   for (size_t i = 0; uris[i] != nullptr; ++i) {
-    ov_dbg("URI dropped: %s", uris[i]);
+    if (ov_dbg_detail()) {
+      ov_dbg("URI dropped: %s", uris[i]);
+    }
     if (i > 0 && !_allowMultiple) {
       ov_log("Multiple file drops disabled. Ignoring drop.");
       return {};
@@ -200,7 +193,7 @@ std::vector<std::string> ovLinuxOrvaneWebViewImpl::collectPaths(gchar** uris) co
   return paths;
 }
 
-void ovLinuxOrvaneWebViewImpl::drag_data_received(GtkWidget* widget, GdkDragContext* context,
+void ovLinuxOrvaneWebViewImpl::drag_data_received(GtkWidget* /*widget*/, GdkDragContext* context,
                                                   gint /*x*/, gint /*y*/, GtkSelectionData* data,
                                                   guint info, guint time, gpointer self) {
   if (ov_dbg_detail()) {
@@ -209,24 +202,24 @@ void ovLinuxOrvaneWebViewImpl::drag_data_received(GtkWidget* widget, GdkDragCont
   gchar** uris = takeUris(data, info);
   bool accepted = false;
   try {
-    accepted = uris != nullptr && static_cast<ovLinuxOrvaneWebViewImpl*>(self)->drop(widget, uris);
+    accepted = uris != nullptr && static_cast<ovLinuxOrvaneWebViewImpl*>(self)->drop(uris);
   } catch (const std::exception& e) {
     ov_err("Error handling drop: %s", e.what());
   }
   g_strfreev(uris);
   gtk_drag_finish(context, accepted ? TRUE : FALSE, FALSE, time);
   if (!accepted && data != nullptr) {
-    // GTK's default drop behaviour finishes the drag once more, with success unless there is no data.
+    // GTK's default drop behaviour finishes the drag once more, with success unless there is no
+    // data.
     data->length = -1;
   }
 }
 
-bool ovLinuxOrvaneWebViewImpl::drop(GtkWidget* widget, gchar** uris) {
+bool ovLinuxOrvaneWebViewImpl::drop(gchar** uris) {
   std::vector<std::string> paths = collectPaths(uris);
   if (paths.empty() || _delegate == nullptr) {
     return false;
   }
-  keepUntilHandled(widget);
   // The page may remove the plugin in the call: nothing of the view is touched after it.
   _delegate->doDrop(std::move(paths));
   return true;

@@ -34,7 +34,7 @@ class ovLinuxOrvaneWebViewImpl : public ovIOrvaneWebViewImpl {
   void makeDropDestination(GtkWidget* widget);
   // Checks a drop and hands it to the delegate, which may destroy the view; false when it is
   // refused.
-  bool drop(GtkWidget* widget, gchar** uris);
+  bool drop(gchar** uris);
   // The dropped local paths; empty when the drop is refused.
   std::vector<std::string> collectPaths(gchar** uris) const;
   // Appends the path of one URI; false, with a log line, when it refuses the drop.

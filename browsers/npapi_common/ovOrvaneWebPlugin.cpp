@@ -115,7 +115,8 @@ ovOrvaneWebPlugin::~ovOrvaneWebPlugin() {
   PendingHandOvers::freeAll(_serial);
   _dropObserver.reset();
   _eventHandler.reset();
-  // Deliberate: the reference on the script object that its making gave is never returned.
+  // Deliberate: the reference on the script object that its making gave is never returned, so every
+  // instance leaves its object behind in the browser.
   if (ov_dbg_detail()) {
     ov_dbg("~ovOrvaneWebPlugin() - done");
   }

@@ -28,8 +28,8 @@ enum DropMode_e { eNoneDropMode = 0, eUploadDropMode = 1, eCallbackDropMode = 2 
 
 // One embed element: what its page can call and what its browser calls back. Owns the client core,
 // the event handler, the drop view and all holds on page objects. Browser's main thread only. Any
-// call that reaches the page, shows a dialog or asks the browser for an address may end with this
-// object destroyed.
+// call that reaches the page, shows a dialog or asks the browser for an address or its window may
+// end with this object destroyed.
 class ovOrvaneWebPlugin : public ovIOrvaneWebViewDelegate {
  public:
   // Throws a standard exception, with nothing left running, when the core cannot start. Blocks for
@@ -110,6 +110,9 @@ class ovOrvaneWebPlugin : public ovIOrvaneWebViewDelegate {
   void notifyDropObserver(const std::vector<std::string>& paths);
 
   bool isDialogOpen() const;
+  // Null when this object has gone while the browser was asked for its window.
+  std::unique_ptr<Pellion::Web::FileDialog> prepareDialog(const DialogKind& kind,
+                                                          const DialogMaker& make);
   // The picked paths; none after an error, which is logged, or when this object has gone meanwhile.
   std::vector<std::string> showDialog(const DialogKind& kind, const DialogMaker& make);
   // Sets the result to null, or to an error document.

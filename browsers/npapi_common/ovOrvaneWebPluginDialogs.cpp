@@ -64,14 +64,27 @@ bool ovOrvaneWebPlugin::isDialogOpen() const {
   return Pellion::Web::Utils::isSaveDialogOpen(nullptr) || *_dialogOpen;
 }
 
+std::unique_ptr<FileDialog> ovOrvaneWebPlugin::prepareDialog(const DialogKind& kind,
+                                                             const DialogMaker& make) {
+  const std::weak_ptr<const void> life = _life;
+  std::unique_ptr<FileDialog> dialog = make();
+  if (life.expired()) {
+    return nullptr;
+  }
+  dialog->init(_pluginImpl->getHostBrowser());
+  if (kind.type == DialogCallback::eSaveFile) {
+    kLastDialogOpener = this;
+  }
+  return dialog;
+}
+
 std::vector<std::string> ovOrvaneWebPlugin::showDialog(const DialogKind& kind,
                                                        const DialogMaker& make) {
   const std::weak_ptr<const void> life = _life;
   try {
-    const std::unique_ptr<FileDialog> dialog = make();
-    dialog->init(_pluginImpl->getHostBrowser());
-    if (kind.type == DialogCallback::eSaveFile) {
-      kLastDialogOpener = this;
+    const std::unique_ptr<FileDialog> dialog = prepareDialog(kind, make);
+    if (!dialog) {
+      return {};
     }
     const OpenDialogMark mark(_dialogOpen);
     std::vector<std::string> paths = dialog->show();
@@ -91,15 +104,13 @@ std::vector<std::string> ovOrvaneWebPlugin::showDialog(const DialogKind& kind,
 void ovOrvaneWebPlugin::scheduleDialog(const DialogKind& kind, const DialogMaker& make,
                                        const NPVariant& callback, NPVariant* result) {
   try {
-    std::unique_ptr<FileDialog> dialog = make();
-    dialog->init(_pluginImpl->getHostBrowser());
-    if (kind.type == DialogCallback::eSaveFile) {
-      kLastDialogOpener = this;
+    std::unique_ptr<FileDialog> dialog = prepareDialog(kind, make);
+    if (dialog) {
+      auto dialogCallback = std::make_unique<DialogCallback>(
+          _instance, _serial, NPVARIANT_TO_OBJECT(callback), kind.type, _dialogOpen);
+      RunnableScheduler::scheduleRunnable(_oneShotManager.get(), dialog.release(),
+                                          dialogCallback.release());
     }
-    auto dialogCallback = std::make_unique<DialogCallback>(
-        _instance, _serial, NPVARIANT_TO_OBJECT(callback), kind.type, _dialogOpen);
-    RunnableScheduler::scheduleRunnable(_oneShotManager.get(), dialog.release(),
-                                        dialogCallback.release());
     NULL_TO_NPVARIANT(*result);
   } catch (const std::exception& e) {
     answerText(Json::createErrorAndLog(e, kind.error), result);

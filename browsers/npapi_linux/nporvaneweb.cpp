@@ -41,7 +41,7 @@ void debugLine(const char* text) {
 // Logs the parameters and answers them by name; a later one of the same name wins.
 std::map<std::string, std::string> readParameters(int16_t argc, char** argn, char** argv) {
   std::map<std::string, std::string> params;
-  ov_dbg("Plugin parameters:");
+  debugLine("Plugin parameters:");
   for (int16_t i = 0; i < argc; ++i) {
     if (argn[i] != nullptr && argv[i] != nullptr) {
       ov_dbg("  %s = %s", argn[i], argv[i]);

@@ -6,7 +6,8 @@
 
 namespace Pellion::Web {
 
-// Puts one native chooser on the screen and returns what the user picked. Main thread only.
+// Puts one native chooser on the screen and returns what the user picked. Main thread only, but for
+// close().
 class IDialogImpl {
  public:
   IDialogImpl() = default;

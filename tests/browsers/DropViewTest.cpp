@@ -1,4 +1,5 @@
 #include <gtk/gtk.h>
+#include <gtk/gtkplug.h>
 
 #include <filesystem>
 #include <memory>
@@ -9,6 +10,7 @@
 #include "ovlib/ovlog.h"
 #include "tests/support/ChildProgram.h"
 #include "tests/support/DisplaySandbox.h"
+#include "tests/support/WaitFor.h"
 
 namespace user = test_support::user;
 using test_support::ChildProgram;
@@ -30,19 +32,32 @@ class Delegate : public ovIOrvaneWebViewDelegate {
   std::unique_ptr<ovOrvaneWebView>* destroyed = nullptr;
 };
 
-bool holdsImage(unsigned width, unsigned height) {
-  bool found = false;
+// The view's label or picture; null when there is no plug.
+GtkWidget* shownWidget() {
+  GtkWidget* found = nullptr;
   GList* windows = gtk_window_list_toplevels();
   for (GList* item = windows; item != nullptr; item = item->next) {
-    GtkWidget* child = gtk_bin_get_child(GTK_BIN(item->data));
-    if (GTK_IS_IMAGE(child)) {
-      GdkPixbuf* pixbuf = gtk_image_get_pixbuf(GTK_IMAGE(child));
-      found = gdk_pixbuf_get_width(pixbuf) == static_cast<int>(width) &&
-              gdk_pixbuf_get_height(pixbuf) == static_cast<int>(height);
+    if (GTK_IS_PLUG(item->data)) {
+      found = gtk_bin_get_child(GTK_BIN(item->data));
     }
   }
   g_list_free(windows);
   return found;
+}
+
+bool holdsImage(int width, int height) {
+  GtkWidget* widget = shownWidget();
+  if (!GTK_IS_IMAGE(widget)) {
+    return false;
+  }
+  GdkPixbuf* pixbuf = gtk_image_get_pixbuf(GTK_IMAGE(widget));
+  return gdk_pixbuf_get_width(pixbuf) == width && gdk_pixbuf_get_height(pixbuf) == height;
+}
+
+bool handlesDrops(GtkWidget* widget) {
+  const guint signal = g_signal_lookup("drag-data-received", GTK_TYPE_WIDGET);
+  return g_signal_handler_find(widget, G_SIGNAL_MATCH_ID, signal, 0, nullptr, nullptr, nullptr) !=
+         0;
 }
 
 std::string encodedImage(const char* format) {
@@ -132,9 +147,9 @@ class DropView : public test_support::DisplaySandbox {
 
   std::unique_ptr<ovOrvaneWebView> _view;
   Delegate _delegate;
+  ChildProgram _browser;
 
  private:
-  ChildProgram _browser;
   const unsigned long _socket;
 };
 
@@ -207,9 +222,13 @@ TEST_F(DropView, takesDropsAfterADialogOverTheBrowsersWindow) {
 TEST_F(DropView, showsThePictureAndTakesDropsOnIt) {
   show(true, false, false);
   for (const char* format : {"png", "jpeg"}) {
+    GtkWidget* replaced = GTK_WIDGET(g_object_ref(shownWidget()));
+    EXPECT_TRUE(handlesDrops(replaced));
     const std::string image = encodedImage(format);
     _view->setImage(image.data(), image.size());
     EXPECT_TRUE(holdsImage(40, 30)) << format;
+    EXPECT_FALSE(handlesDrops(replaced)) << "a drop on its way would reach a view that may be gone";
+    g_object_unref(replaced);
   }
   EXPECT_EQ(drop({"a.txt"}), "accepted");
   EXPECT_EQ(_delegate.drops.size(), 1u);
@@ -227,6 +246,28 @@ TEST_F(DropView, keepsTheLabelWithoutAWholePicture) {
   _view->setImage(image.data(), 20);
   EXPECT_EQ(logLines("LOG ERROR: Unable to load pixbuf from image.").size(), 1u);
   EXPECT_FALSE(holdsImage(40, 30));
+}
+
+TEST_F(DropView, outlivesTheBrowsersWindow) {
+  show(true, false, false);
+  ASSERT_NE(shownWidget(), nullptr);
+  _browser.finish();
+  EXPECT_TRUE(test_support::waitFor([] {
+    gtk_main_iteration_do(FALSE);
+    return shownWidget() == nullptr;
+  }));
+  const std::string image = encodedImage("png");
+  _view->setImage(image.data(), image.size());
+  initWindow(true, true, true);
+  _view.reset();
+}
+
+TEST_F(DropView, givesAllWindowsTheIcon) {
+  show(false, false, false);
+  GList* icons = gtk_window_get_default_icon_list();
+  ASSERT_EQ(g_list_length(icons), 1u);
+  EXPECT_EQ(gdk_pixbuf_get_width(GDK_PIXBUF(icons->data)), 64);
+  g_list_free(icons);
 }
 
 TEST(DropViewWithoutScreen, buildsNothing) {

@@ -3,6 +3,8 @@
 #include <filesystem>
 #include <functional>
 #include <future>
+#include <mutex>
+#include <stdexcept>
 
 #include "tests/browsers/PluginFixture.h"
 #include "tests/support/DisplaySandbox.h"
@@ -19,17 +21,47 @@ namespace {
 constexpr char kAlreadyOpen[] =
     R"({"error":{"code":-1,"user_message":"A dialog is already open"}})";
 
+// The thread sanitizer does not see the hand-over inside GLib, but this.
+std::mutex handOver;
+
 // Runs `action` on the main thread, from a user's thread, and waits for its end.
 void onMainThread(std::function<void()> action) {
+  std::unique_lock<std::mutex> lock(handOver);
   std::packaged_task<void()> task(std::move(action));
   auto done = task.get_future();
   g_idle_add(
       [](gpointer data) -> gboolean {
+        std::unique_lock<std::mutex>(handOver).unlock();
         (*static_cast<std::packaged_task<void()>*>(data))();
         return FALSE;
       },
       &task);
+  lock.unlock();
   done.get();
+}
+
+// Runs the main loop until a user has taken `steps`.
+void runMainLoopFor(std::function<void()> steps) {
+  bool over = false;
+  UserThread thread([&] {
+    steps();
+    onMainThread([&] { over = true; });
+  });
+  while (!over) {
+    g_main_context_iteration(nullptr, TRUE);
+  }
+  thread.join();
+}
+
+void waitUntilCalled(const PageObject* function) {
+  const bool came = test_support::waitFor([&] {
+    bool called = false;
+    onMainThread([&] { called = !function->calls().empty(); });
+    return called;
+  });
+  if (!came) {
+    throw std::runtime_error("the page's function is not called");
+  }
 }
 
 }  // namespace
@@ -59,14 +91,16 @@ class PageDialogs : public PluginFixture<test_support::DisplaySandbox> {
   // Calls an Async method while a user takes `steps`, until the page's function was called.
   std::string answerWhile(std::function<void()> steps, const std::string& method,
                           PageArguments arguments) {
-    PageObject* function = browser.newFunction();
+    PageObject* function = browser.newFunction([this](const PageArguments&) {
+      EXPECT_EQ(std::nullopt, call("runOpenFolderDialog")) << "not refused for a dialog still open";
+      return PageValue(Null());
+    });
     arguments.emplace_back(static_cast<NPObject*>(function));
-    UserThread thread(std::move(steps));
     EXPECT_EQ(PageValue(Null()), call(method, arguments));
-    while (function->calls().empty()) {
-      g_main_context_iteration(nullptr, TRUE);
-    }
-    thread.join();
+    runMainLoopFor([&] {
+      steps();
+      waitUntilCalled(function);
+    });
     expectLetGo(function);
     return std::get<std::string>(function->calls().at(0).at(0));
   }
@@ -136,6 +170,10 @@ TEST_F(PageDialogs, asynchronousOnesTellThePagesFunction) {
                                           "runOpenFolderDialogAsync", {"Where", false});
   EXPECT_EQ("[\"" + path("other") + "\"]", folders);
   EXPECT_TRUE(mayDownloadTo(path("other")));
+  const std::string target = path("other/new file.bin");
+  EXPECT_EQ("\"" + target + "\"", answerWhile([&] { user::choosePath("Keep", target); },
+                                              "runSaveFileDialogAsync", {"Keep", "", ""}));
+  EXPECT_TRUE(mayDownloadTo(target));
   EXPECT_TRUE(logged({"DBG DialogCallback::handleCallback() - result=4 resultStr=" + folders,
                       "DBG callbackBrowser - msg=" + folders}));
   EXPECT_EQ(R"({"error":{"code":-1,"user_message":"Error displaying save file dialog: )"
@@ -169,11 +207,7 @@ TEST_F(PageDialogs, refuseASecondOneOfTheirInstanceOnly) {
                              {"Second", false, static_cast<NPObject*>(function)}));
     });
     user::cancel("Second");
-    EXPECT_TRUE(test_support::waitFor([&] {
-      bool called = false;
-      onMainThread([&] { called = !function->calls().empty(); });
-      return called;
-    }));
+    waitUntilCalled(function);
     onMainThread([&] {
       other.reset();
       browser.closeInstance(otherInstance);
@@ -194,18 +228,12 @@ TEST_F(PageDialogs, outliveTheirInstanceAndDropTheAnswer) {
 
   create();
   PageObject* function = browser.newFunction();
-  bool over = false;
-  UserThread thread([&] {
-    destroyThenSave("Late");
-    user::waitForNoWindow("Late");
-    onMainThread([&] { over = true; });
-  });
   EXPECT_EQ(PageValue(Null()),
             call("runSaveFileDialogAsync", {"Late", "name", "", static_cast<NPObject*>(function)}));
-  while (!over) {
-    g_main_context_iteration(nullptr, TRUE);
-  }
-  thread.join();
+  runMainLoopFor([&] {
+    destroyThenSave("Late");
+    user::waitForNoWindow("Late");
+  });
   EXPECT_TRUE(function->calls().empty());
   expectLetGo(function);
 }
@@ -214,6 +242,7 @@ TEST_F(PageDialogs, neverShowWhenTheInstanceGoesFirst) {
   create();
   PageObject* function = browser.newFunction();
   call("runOpenFolderDialogAsync", {"Never", false, static_cast<NPObject*>(function)});
+  EXPECT_EQ(PageValue(kAlreadyOpen), call("runOpenFileDialogAsync"));
   destroy();
   bool stepOver = false;
   g_timeout_add(

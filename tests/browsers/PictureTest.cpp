@@ -83,7 +83,8 @@ TEST_F(Picture, isPutTogetherByOffset) {
 
 TEST_F(Picture, isNotShownWhenItsEndIsMissing) {
   const std::string bytes = encoded();
-  receive(bytes, 0, 20);
+  receive(bytes, 0, bytes.size());
+  receive(bytes, 0, 20);  // A block ends the picture.
   endStream(NPRES_DONE);
   EXPECT_FALSE(isShown());
   EXPECT_EQ(1u, logLines("ERROR: Unable to load pixbuf from image.").size());

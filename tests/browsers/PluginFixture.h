@@ -24,6 +24,7 @@ class PluginFixture : public Home {
   using Parameters = std::map<std::string, std::string>;
 
   PluginFixture() {
+    current = this;
     g_NPNFuncs = *browser.functions();
     Pellion::Web::Utils::logInit();
     Pellion::Web::RunnableScheduler::init();
@@ -78,6 +79,8 @@ class PluginFixture : public Home {
     instance->pdata = nullptr;
     browser.closeInstance(instance);
   }
+  // The same, for a function that a test puts into the browser's table.
+  static void destroyCurrent() { current->destroy(); }
 
   std::optional<test_support::PageValue> call(const std::string& method,
                                               const test_support::PageArguments& arguments = {}) {
@@ -108,6 +111,9 @@ class PluginFixture : public Home {
   NPP instance = nullptr;
   ovOrvaneWebPlugin* plugin = nullptr;
   NPObject* object = nullptr;  // the script object
+
+ private:
+  inline static PluginFixture* current = nullptr;
 };
 
 using PluginSandbox = PluginFixture<test_support::Sandbox>;

@@ -4,6 +4,7 @@
 #include <future>
 #include <thread>
 
+#include "browsers/npapi_common/DialogCallback.h"
 #include "browsers/npapi_common/PendingHandOvers.h"
 #include "browsers/npapi_common/TransferEventHandler.h"
 #include "tests/browsers/PluginFixture.h"
@@ -39,7 +40,7 @@ class PluginLife : public PluginSandbox {
   void serveSlowly() {
     serve([this](int connection, const std::string& text, size_t) {
       if (text.find(" /slow ") != std::string::npos) {
-        _released.get_future().wait();
+        _released.get_future().wait_for(std::chrono::seconds(20));
       }
       sendAll(connection, httpResponse("{}"));
     });
@@ -159,6 +160,9 @@ TEST_F(PluginLife, releasesThePageFunctionOfADialogThatNeverRan) {
   EXPECT_EQ(1u, logLines("stopRunnables() - stopping").size());
   EXPECT_TRUE(waitFor([] { return g_main_context_iteration(nullptr, FALSE) == TRUE; }));
   EXPECT_EQ(0u, page->calls().size());
+  PageObject* other = browser.newFunction();
+  DialogCallback(nullptr, 1, other, DialogCallback::eOpenFile, std::make_shared<bool>());
+  expectLetGo(other);
 }
 
 class TransferEvents : public PluginLife {
@@ -190,6 +194,7 @@ TEST_F(TransferEvents, reachTheFunctionThatIsSetWhenTheyArriveInOrder) {
   occur(handler, {"c"});
   handler.setEventHandler(second);
   occur(handler, {"d"});
+  PendingHandOvers::freeAll(PendingHandOvers::newOwner());  // The end of another instance.
   browser.pump();
   occur(handler, {"e"});
   handler.setEventHandler(nullptr);
@@ -268,7 +273,7 @@ TEST_F(ManyInstances, loseNothingWithRequestsOnTheirWay) {
   }
 }
 
-// All at once, since the end of each takes its poller's pause.
+// Made all at once: only the ends, each with its poller's pause, take their time.
 TEST_F(ManyInstances, loseNothingWithEventsOnTheirWay) {
   std::vector<std::pair<NPP, ovOrvaneWebPlugin*>> instances;
   for (int i = 0; i < 30; ++i) {

@@ -16,16 +16,28 @@ using test_support::ScriptedServer;
 using test_support::sendAll;
 using test_support::Undefined;
 
-const char kRequestError[] =
-    "{\"error\":{\"code\":-1,\"user_message\":\"Error contacting Orvane Pellion. Ensure that it is "
-    "running, and not blocked by your firewall or security policies.\"}}";
-const char kOpenError[] = "{\"error\":{\"code\":-1,\"user_message\":\"A dialog is already open\"}}";
+std::string errorDocument(const std::string& message) {
+  return "{\"error\":{\"code\":-1,\"user_message\":\"" + message + "\"}}";
+}
+
+const std::string kRequestError = errorDocument(
+    "Error contacting Orvane Pellion. Ensure that it is running, and not blocked by your firewall "
+    "or security policies.");
 
 class PluginMethods : public PluginSandbox {
  protected:
   PluginMethods() { unsetenv("DISPLAY"); }
 
-  PageObject* newFunction() { return browser.newFunction(); }
+  // Method, path and body of what was sent, apart from what the plugin asks by itself.
+  std::vector<std::string> sentRequests() const {
+    std::vector<std::string> sent;
+    for (const std::string& request : requestsFor("")) {
+      if (request.find("/v4/") == std::string::npos) {
+        sent.push_back(request.substr(0, request.find("HTTP/")) + bodyOf(request));
+      }
+    }
+    return sent;
+  }
   // Runs what was posted to the main loop until the condition holds.
   template <typename Condition>
   bool runMainLoopUntil(Condition condition) {
@@ -34,6 +46,8 @@ class PluginMethods : public PluginSandbox {
       return condition();
     });
   }
+
+  size_t kinds = 0;  // of dialogs that a test has asked for
 };
 
 TEST_F(PluginMethods, refuseArgumentsOfAnotherNumberOrKind) {
@@ -42,144 +56,98 @@ TEST_F(PluginMethods, refuseArgumentsOfAnotherNumberOrKind) {
   NPWindow window = {};
   plugin->setWindow(&window, instance);
   const size_t requests = server->requestCount();
-  PageObject* page = newFunction();
+  PageObject* page = browser.newFunction();
   NPObject* f = page;
-  const std::pair<const char*, std::vector<PageArguments>> cases[] = {
-      {"initSession", {{}, {"a"}, {"a", 1}, {Null(), "b"}, {f, "b"}}},
-      {"pellionHttpRequest", {{}, {"GET", "/"}, {"GET", "/", 1}, {"GET", true, ""}}},
-      {"pellionHttpRequestAsync",
-       {{}, {"GET", "/", ""}, {"GET", "/", "", "f"}, {"GET", "/", "", Null()}, {"GET", "/", 1, f}}},
-      {"startDownload", {{}, {""}, {1}, {"a", "b"}}},
-      {"startDownloadToPath", {{}, {"a"}, {"", "b"}, {"a", 1}, {1, "b"}, {"a", "b", "c"}}},
-      {"startUploadToURL", {{}, {"a"}, {"", "b"}, {"a", ""}, {"a", 1}, {"a", "b", "c"}}},
-      {"startListDownloadToPath", {{}, {1}, {"a", "b"}}},
-      {"startListUploadToURL", {{}, {""}, {1}, {"a", "b"}}},
-      {"addToDownloadList", {{}, {""}, {1}, {"a", "b"}}},
-      {"addToUploadList", {{}, {""}, {1}, {"a", "b"}}},
-      {"clearDownloadList", {{1}}},
-      {"clearUploadList", {{1}}},
-      {"handleDrop", {{1}}},
-      {"queryBrowserEngine", {{1}}},
-      {"queryBuildVersion", {{""}}},
-      {"queryPluginVersion", {{Null()}}},
-      {"queryVersion", {{Undefined()}}},
-      {"queryPellionVersion", {{1}}},
-      {"displayTransferManager", {{1}}},
-      {"displayAboutWindow", {{1}}},
-      {"displayPreferencesWindow", {{1}}},
-      {"runOpenFileDialog",
-       {{}, {true}, {true, "yes"}, {1, true}, {"True", true}, {true, true, 1}}},
-      {"runOpenFolderDialog", {{}, {"yes"}, {1}, {Null()}, {true, true}}},
-      {"runSaveFileDialog", {{}, {1}, {"a", "b"}}},
-      {"runOpenFileDialogAsync",
-       {{},
-        {"t", true, ""},
-        {1, true, "", f},
-        {"t", "no", "", f},
-        {"t", true, 1, f},
-        {"t", true, "", "f"},
-        {"t", true, "", f, f}}},
-      {"runOpenFolderDialogAsync",
-       {{}, {"t", true}, {1, true, f}, {"t", 0, f}, {"t", true, "f"}, {"t", true, f, f}}},
-      {"runSaveFileDialogAsync",
-       {{},
-        {"t", "n", ""},
-        {1, "n", "", f},
-        {"t", 1, "", f},
-        {"t", "n", 1, f},
-        {"t", "n", "", 1},
-        {"t", "n", "", f, f}}}};
-  for (const auto& [method, lists] : cases) {
-    for (const PageArguments& arguments : lists) {
-      EXPECT_EQ(std::nullopt, call(method, arguments)) << method << " " << arguments.size();
+  const struct {
+    std::vector<std::string> methods;
+    std::vector<PageArguments> refused;
+  } cases[] = {
+      {{"queryBrowserEngine", "queryBuildVersion", "queryPluginVersion", "queryVersion"}, {{""}}},
+      {{"queryPellionVersion", "displayTransferManager", "displayAboutWindow"}, {{Undefined()}}},
+      {{"displayPreferencesWindow", "handleDrop", "clearDownloadList", "clearUploadList"}, {{1}}},
+      {{"startDownload", "startListUploadToURL", "addToDownloadList", "addToUploadList"},
+       {{}, {""}, {1}, {"a", "b"}}},
+      {{"startListDownloadToPath", "runSaveFileDialog"}, {{}, {1}, {"a", "b"}}},
+      {{"startDownloadToPath"}, {{}, {"a"}, {"", "b"}, {"a", 1}, {1, "b"}, {"a", "b", "c"}}},
+      {{"startUploadToURL"}, {{}, {"a"}, {"", "b"}, {"a", ""}, {"a", 1}, {"a", "b", "c"}}},
+      {{"initSession"}, {{}, {"a"}, {"a", 1}, {Null(), "b"}, {f, "b"}}},
+      {{"pellionHttpRequest"}, {{}, {"GET", "/"}, {"GET", "/", 1}, {"GET", true, ""}}},
+      {{"pellionHttpRequestAsync"}, {{}, {"GET", "/", ""}, {"GET", "/", "", "f"}}},
+      {{"pellionHttpRequestAsync"}, {{"GET", "/", "", Null()}, {"GET", "/", 1, f}}},
+      {{"runOpenFileDialog"}, {{}, {true}, {true, "yes"}, {1, true}, {true, true, 1}}},
+      {{"runOpenFolderDialog"}, {{}, {"yes"}, {1}, {Null()}, {true, true}}},
+      {{"runOpenFileDialogAsync"}, {{}, {"t", true, ""}, {1, true, "", f}, {"t", "no", "", f}}},
+      {{"runOpenFileDialogAsync"}, {{"t", true, 1, f}, {"t", true, "", "f"}, {"", true, "", f, f}}},
+      {{"runOpenFolderDialogAsync"}, {{}, {"t", true}, {1, true, f}, {"t", 0, f}}},
+      {{"runOpenFolderDialogAsync"}, {{"t", true, "f"}, {"t", true, f, f}}},
+      {{"runSaveFileDialogAsync"}, {{}, {"t", "n", ""}, {1, "n", "", f}, {"t", 1, "", f}}},
+      {{"runSaveFileDialogAsync"}, {{"t", "n", 1, f}, {"t", "n", "", 1}, {"", "", "", f, f}}}};
+  for (const auto& row : cases) {
+    for (const std::string& method : row.methods) {
+      const size_t before = logLines("DBG " + method + "(): argCount=").size();
+      for (const PageArguments& arguments : row.refused) {
+        EXPECT_EQ(std::nullopt, call(method, arguments)) << method << " " << arguments.size();
+      }
+      const size_t calls = logLines("DBG " + method + "(): argCount=").size();
+      EXPECT_EQ(before + row.refused.size(), calls) << method;
+      const bool saysSo = method.find("DialogAsync") != std::string::npos;
+      EXPECT_EQ(saysSo ? calls : 0, logLines("ERR " + method + "() - invalid arguments").size());
     }
-    const std::string name = method;
-    EXPECT_EQ(lists.size(), logLines("DBG " + name + "(): argCount=").size());
-    const bool said = name.find("DialogAsync") != std::string::npos;
-    EXPECT_EQ(said ? lists.size() : 0u, logLines("ERR " + name + "() - invalid arguments").size());
   }
   EXPECT_EQ(requests, server->requestCount());
   EXPECT_EQ(0, browser.retains(page));
-  EXPECT_EQ(27u, std::size(cases));
 }
 
-TEST_F(PluginMethods, openASessionOnce) {
-  create();
-  EXPECT_EQ(PageValue("{\"error\":{\"code\":-1,\"user_message\":\"Invalid application ID hostname: "
-                      "www.orvane.example\"}}"),
-            call("initSession", {"^orvane.example", "d"}));
-  EXPECT_EQ(PageValue("{\"app_id\":\"^www.orvane.example\"}"),
-            call("initSession", {"^www.orvane.example", "d", 3}));
-  EXPECT_EQ(
-      PageValue("{\"error\":{\"code\":-1,\"user_message\":\"Session was already initialized\"}}"),
-      call("initSession", {"b", "d"}));
-}
-
-TEST_F(PluginMethods, passRequestsThrough) {
+// What they answer, and the request that each makes, as its method, path and body.
+TEST_F(PluginMethods, passTheirArgumentsOnAndAnswerWhatTheyAreTold) {
   create();
   EXPECT_EQ(PageValue(kRequestError), call("pellionHttpRequest", {"GET", "/x", ""}));
-  serve("{\"answer\":\"\xE2\x82\xAC\"}");
-  EXPECT_EQ(PageValue("{\"answer\":\"\xE2\x82\xAC\"}"),
-            call("pellionHttpRequest", {"PUT", "/x?y=%20", "{\"a\":[1]}", 4}));
-  ASSERT_EQ(1u, requestsFor("PUT /x?y=%20 HTTP/1.1\r\n").size());
-  EXPECT_EQ("{\"a\":[1]}", bodyOf(requestsFor("PUT")[0]));
-  EXPECT_EQ(PageValue("{\"answer\":\"\xE2\x82\xAC\"}"), call("queryPellionVersion"));
-  const auto refused = call("pellionHttpRequest", {"PUT", "/x", "no json"});
-  ASSERT_TRUE(refused);
-  EXPECT_EQ(0u, std::get<std::string>(*refused).find(
-                    "{\"error\":{\"code\":-1,\"user_message\":\"Error parsing JSON: "));
-}
-
-TEST_F(PluginMethods, answerQueriesAndOpenWindows) {
-  serve("{}");
-  create();
-  const std::pair<const char*, const char*> texts[] = {{"queryBrowserEngine", "Gecko"},
-                                                       {"queryBuildVersion", "3.1.1.70486"},
-                                                       {"queryPluginVersion", "3.1.1.70486"},
-                                                       {"queryVersion", "3.1"}};
-  for (const auto& [method, text] : texts) {
-    EXPECT_EQ(PageValue(text), call(method));
-  }
-  for (const char* method :
-       {"displayTransferManager", "displayAboutWindow", "displayPreferencesWindow"}) {
-    const size_t before = requestsFor("GET /windows/").size();
-    EXPECT_EQ(PageValue(Undefined()), call(method));
-    EXPECT_EQ(before + 1, requestsFor("GET /windows/").size()) << method;
-  }
-}
-
-TEST_F(PluginMethods, startTransfers) {
-  serve("{}");
-  create();
+  const std::string wrongHost =
+      errorDocument("Invalid application ID hostname: www.orvane.example");
+  const std::string session("{\"app_id\":\"^www.orvane.example\"}");
+  const std::string start =
+      "POST /transfers/ <xferreq xmlns=\"http://schema.orvane.example/xml/xferreq/\">";
+  const std::string body("{\"answer\":\"\xE2\x82\xAC\"}");
+  serve(body);
   const struct {
     const char* method;
     PageArguments arguments;
-    std::vector<std::string> parts;  // of the document that is posted; none for no document
+    const char* sent = nullptr;
+    std::string answer = "";  // none for an undefined value
   } cases[] = {
-      {"startDownload", {"http://a/1"}, {"http://a/1"}},
-      {"startDownloadToPath", {"http://a/2", ""}, {"http://a/2"}},
-      {"startDownloadToPath", {"http://a/2", "/not/granted"}, {}},
-      {"startUploadToURL", {"/up/3", "http://b/"}, {"file:///up/3", "http://b/"}},
-      {"addToDownloadList", {"http://a/gone"}, {}},
-      {"clearDownloadList", {}, {}},
-      {"addToDownloadList", {"http://a/4"}, {}},
-      {"addToDownloadList", {"http://a/5"}, {}},
-      {"startListDownloadToPath", {""}, {"http://a/4", "http://a/5"}},
-      {"addToUploadList", {"/up/gone"}, {}},
-      {"clearUploadList", {}, {}},
-      {"addToUploadList", {"/up/6"}, {}},
-      {"startListUploadToURL", {"http://c/"}, {"file:///up/6", "http://c/"}},
+      {"queryBrowserEngine", {}, nullptr, "Gecko"},
+      {"queryBuildVersion", {}, nullptr, "3.1.1.70486"},
+      {"queryPluginVersion", {}, nullptr, "3.1.1.70486"},
+      {"queryVersion", {}, nullptr, "3.1"},
+      {"queryPellionVersion", {}, nullptr, body},
+      {"initSession", {"^a.example", "d"}, nullptr, wrongHost},
+      {"initSession", {"^www.orvane.example", "d", 3}, nullptr, session},
+      {"pellionHttpRequest", {"PUT", "/x?y=%20", "[1]", 4}, "PUT /x?y=%20 [1]", body},
+      {"displayTransferManager", {}, "GET /windows/transfer-manager/ "},
+      {"displayAboutWindow", {}, "GET /windows/about/ "},
+      {"displayPreferencesWindow", {}, "GET /windows/preferences/ "},
+      {"startDownload", {"ovtp://a/1"}, "<src>ovtp://a/1</src>"},
+      {"startDownloadToPath", {"ovtp://a/2", ""}, "<src>ovtp://a/2</src>"},
+      {"startDownloadToPath", {"ovtp://a/2", "/not/granted"}},
+      {"startUploadToURL", {"/3", "ovtp://b/"}, "<src>file:///3</src><dest>ovtp://b/</dest>"},
+      {"addToDownloadList", {"ovtp://a/gone"}},
+      {"addToUploadList", {"/4"}},
+      {"clearDownloadList", {}},
+      {"addToDownloadList", {"ovtp://a/5"}},
+      {"startListDownloadToPath", {""}, "<src>ovtp://a/5</src>"},
+      {"startListUploadToURL", {"ovtp://c/"}, "<src>file:///4</src><dest>ovtp://c/</dest>"},
+      {"clearUploadList", {}},
+      {"startListUploadToURL", {"ovtp://c/"}, "<dest>ovtp://c/</dest>"},
   };
   for (const auto& row : cases) {
-    const size_t before = requestsFor("POST /transfers/").size();
-    EXPECT_EQ(PageValue(Undefined()), call(row.method, row.arguments)) << row.method;
-    const auto posted = requestsFor("POST /transfers/");
-    ASSERT_EQ(before + (row.parts.empty() ? 0 : 1), posted.size()) << row.method;
-    for (const std::string& part : row.parts) {
-      EXPECT_NE(std::string::npos, posted.back().find(part)) << posted.back();
-    }
-    if (!posted.empty()) {
-      EXPECT_EQ(std::string::npos, posted.back().find("gone")) << posted.back();
+    const size_t before = sentRequests().size();
+    const PageValue none = Undefined();
+    EXPECT_EQ(row.answer.empty() ? none : row.answer, call(row.method, row.arguments))
+        << row.method;
+    const auto sent = sentRequests();
+    ASSERT_EQ(before + (row.sent != nullptr), sent.size()) << row.method;
+    if (row.sent != nullptr) {
+      EXPECT_EQ(row.sent[0] == '<' ? start + row.sent + "</xferreq>" : row.sent, sent.back());
     }
   }
 }
@@ -191,7 +159,7 @@ TEST_F(PluginMethods, deliverTheAnswersOfQueuedRequestsInOrder) {
     }
   });
   create();
-  PageObject* page = newFunction();
+  PageObject* page = browser.newFunction();
   for (const char* path : {"/a", "/silent", "/b"}) {
     EXPECT_EQ(PageValue(Null()), call("pellionHttpRequestAsync", {"GET", path, "", page, 5}));
   }
@@ -204,19 +172,14 @@ TEST_F(PluginMethods, deliverTheAnswersOfQueuedRequestsInOrder) {
   expectLetGo(page);
 }
 
-TEST_F(PluginMethods, answerAtOnceForARequestThatCannotBeQueued) {
+TEST_F(PluginMethods, tellThePageOfARequestThatCannotBeMade) {
   create();
-  PageObject* page = newFunction();
-  EXPECT_EQ(PageValue("{\"error\":{\"code\":-1,\"user_message\":\"Error creating HTTP request\"}}"),
+  PageObject* page = browser.newFunction();
+  EXPECT_EQ(PageValue(errorDocument("Error creating HTTP request")),
             call("pellionHttpRequestAsync", {"GET", "/a", "", page}));
   expectLetGo(page);
-}
-
-TEST_F(PluginMethods, tellAWaitingPageThatTheApplicationHasGone) {
   serve("{}");
-  create();
   server.reset();
-  PageObject* page = newFunction();
   EXPECT_EQ(PageValue(Null()), call("pellionHttpRequestAsync", {"GET", "/a", "", page}));
   EXPECT_TRUE(browser.pumpUntil([&] { return !page->calls().empty(); }));
   EXPECT_EQ(PageArguments{kRequestError}, page->calls()[0]);
@@ -227,21 +190,21 @@ TEST_F(PluginMethods, tellAWaitingPageThatTheApplicationHasGone) {
 TEST_F(PluginMethods, giveBackTheResultsOfPageFunctions) {
   serve("{}");
   create();
-  PageObject* page = newFunction();
+  PageObject* page = browser.newFunction();
   const double fiveInTheLowWord = 2.0 + 5 * 4.440892098500626e-16;
   const struct {
     std::optional<PageValue> answer;
     size_t releasedByCallback;
     size_t releasedByEvent;
     size_t leftByEvent;
-  } cases[] = {{PageValue(Undefined()), 1, 1, 0},
-               {PageValue(Null()), 1, 1, 0},
-               {PageValue("text"), 1, 0, 1},
-               {PageValue(static_cast<NPObject*>(page)), 1, 1, 0},
-               {PageValue(4), 1, 1, 0},
-               {PageValue(5), 0, 1, 0},
-               {PageValue(fiveInTheLowWord), 0, 1, 0},
-               {PageValue(test_support::Untouched()), 1, 1, 0},
+  } cases[] = {{Undefined(), 1, 1, 0},
+               {Null(), 1, 1, 0},
+               {"text", 1, 0, 1},
+               {static_cast<NPObject*>(page), 1, 1, 0},
+               {4, 1, 1, 0},
+               {5, 0, 1, 0},
+               {fiveInTheLowWord, 0, 1, 0},
+               {test_support::Untouched(), 1, 1, 0},
                {std::nullopt, 0, 0, 0}};
   for (const auto& row : cases) {
     SCOPED_TRACE(testing::Message() << "row " << &row - cases);
@@ -270,7 +233,7 @@ TEST_F(PluginMethods, giveBackTheResultsOfPageFunctions) {
 TEST_F(PluginMethods, surviveABrowserWithoutMemory) {
   serve("{}");
   create();
-  PageObject* page = newFunction();
+  PageObject* page = browser.newFunction();
   for (int n = 1; n <= 3; ++n) {
     const size_t calls = page->calls().size();
     EXPECT_EQ(PageValue(Null()), call("pellionHttpRequestAsync", {"GET", "/", "", page}));
@@ -289,84 +252,89 @@ TEST_F(PluginMethods, surviveABrowserWithoutMemory) {
 
 TEST_F(PluginMethods, readBooleansFromBooleansAndTheirWords) {
   const struct {
-    PageValue value;
     bool isBoolean;
     bool truth;
-  } cases[] = {{true, true, true},
-               {false, true, false},
-               {"true", true, true},
-               {"false", true, false},
-               {std::string("true\0x", 6), true, true},
-               {"yes", false, false},
-               {"True", false, false},
-               {"", false, false},
-               {1, false, false},
-               {Null(), false, false}};
+    std::vector<PageValue> values;
+  } cases[] = {{true, true, {true, "true", std::string("true\0x", 6)}},
+               {true, false, {false, "false"}},
+               {false, false, {"yes", "True", "", 1, Null()}}};
   for (const auto& row : cases) {
-    NPVariant variant = browser.makeVariant(row.value);
-    EXPECT_EQ(row.isBoolean, npvariantIsBoolean(variant)) << &row - cases;
-    EXPECT_EQ(row.truth, npvariantToBoolean(variant)) << &row - cases;
-    browser.functions()->releasevariantvalue(&variant);
+    for (const PageValue& value : row.values) {
+      NPVariant variant = browser.makeVariant(value);
+      EXPECT_EQ(row.isBoolean, npvariantIsBoolean(variant)) << value.index();
+      EXPECT_EQ(row.truth, npvariantToBoolean(variant)) << value.index();
+      browser.functions()->releasevariantvalue(&variant);
+    }
   }
 }
 
-// Without a display no dialog can be shown, and the page hears so.
+// Without a display no dialog can be shown, and the page hears so; in the last call it takes the
+// instance away.
 TEST_F(PluginMethods, reportADialogThatCannotBeShown) {
   create();
-  const std::pair<const char*, PageArguments> dialogs[] = {{"runOpenFileDialog", {"true", false}},
-                                                           {"runOpenFolderDialog", {"true"}},
-                                                           {"runSaveFileDialog", {"a.txt"}}};
-  const char* const errors[] = {
-      "Error displaying open file dialog: ", "Error displaying open folder dialog: ",
-      "Error displaying save file dialog: "};
-  PageObject* page = newFunction();
-  const std::pair<const char*, PageArguments> posted[] = {
-      {"runOpenFileDialogAsync", {"t", "false", "", page}},
-      {"runOpenFolderDialogAsync", {"t", true, page}},
-      {"runSaveFileDialogAsync", {"t", "", "", page}}};
-  for (size_t i = 0; i < 3; ++i) {
-    EXPECT_EQ(PageValue(""), call(dialogs[i].first, dialogs[i].second));
-    EXPECT_EQ(1u, logLines("ERR " + std::string(errors[i])).size());
-    EXPECT_EQ(PageValue(Null()), call(posted[i].first, posted[i].second));
-    ASSERT_TRUE(runMainLoopUntil([&] { return page->calls().size() == i + 1; }));
-    const std::string told = std::get<std::string>(page->calls()[i].at(0));
-    EXPECT_EQ(0u, told.find("{\"error\":{\"code\":-1,\"user_message\":\"" + std::string(errors[i])))
-        << told;
+  PageObject* page = browser.newFunction([this](const PageArguments&) {
+    if (kinds == 3) {
+      destroy();
+    }
+    return PageValue(1);
+  });
+  const struct {
+    std::string method;
+    PageArguments arguments;
+    PageArguments posted;
+    std::string error;
+  } cases[] = {
+      {"runOpenFileDialog", {"true", false}, {"t", "false", "", page}, "open file"},
+      {"runOpenFolderDialog", {"true"}, {"t", true, page}, "open folder"},
+      {"runSaveFileDialog", {"a.txt"}, {"t", "", "", page}, "save file"},
+  };
+  for (const auto& row : cases) {
+    const std::string error = "Error displaying " + row.error + " dialog: ";
+    EXPECT_EQ(PageValue(""), call(row.method, row.arguments));
+    EXPECT_EQ(1u, logLines("ERR " + error).size());
+    EXPECT_EQ(PageValue(Null()), call(row.method + "Async", row.posted));
+    ++kinds;
+    ASSERT_TRUE(runMainLoopUntil([&] { return page->calls().size() == kinds; }));
+    EXPECT_EQ(0u, std::get<std::string>(page->calls().back().at(0))
+                      .find("{\"error\":{\"code\":-1,\"user_message\":\"" + error));
   }
+  EXPECT_EQ(nullptr, plugin);
   expectLetGo(page);
+}
+
+TEST_F(PluginMethods, surviveTheEndOfTheInstanceBeforeADialogIsShown) {
+  PageObject* page = browser.newFunction();
+  const std::pair<const char*, PageArguments> cases[] = {
+      {"runSaveFileDialog", {""}}, {"runSaveFileDialogAsync", {"", "", "", page}}};
+  for (const auto& [method, arguments] : cases) {
+    create();
+    g_NPNFuncs.getvalue = [](NPP, NPNVariable, void*) -> NPError {
+      destroyCurrent();
+      return NPERR_GENERIC_ERROR;
+    };
+    EXPECT_NE(std::nullopt, call(method, arguments));
+    EXPECT_EQ(nullptr, plugin);
+    g_NPNFuncs = *browser.functions();
+  }
+  EXPECT_EQ(0, browser.retains(page));
+  EXPECT_EQ(0u, logLines("ERR Error displaying ").size());
 }
 
 TEST_F(PluginMethods, refuseASecondDialogUntilThePageHearsOfTheFirst) {
   create();
-  PageObject* page = newFunction();
-  PageObject* next = newFunction();
-  page->function = [&](const PageArguments&) {
+  PageObject* next = browser.newFunction();
+  PageObject* page = browser.newFunction([&](const PageArguments&) {
     EXPECT_EQ(PageValue(Null()), call("runSaveFileDialogAsync", {"t", "", "", next}));
     return PageValue(Undefined());
-  };
+  });
   EXPECT_EQ(PageValue(Null()), call("runSaveFileDialogAsync", {"t", "", "", page}));
-  for (const char* method :
-       {"runOpenFileDialogAsync", "runOpenFolderDialogAsync", "runSaveFileDialogAsync"}) {
-    EXPECT_EQ(PageValue(kOpenError), call(method)) << "asked before the arguments are looked at";
+  for (const std::string method :
+       {"runOpenFileDialog", "runOpenFolderDialog", "runSaveFileDialog"}) {
+    EXPECT_EQ(PageValue(""), call(method)) << "asked before the arguments are looked at";
+    EXPECT_EQ(PageValue(errorDocument("A dialog is already open")), call(method + "Async"));
   }
-  for (const char* method : {"runOpenFileDialog", "runOpenFolderDialog", "runSaveFileDialog"}) {
-    EXPECT_EQ(PageValue(""), call(method));
-  }
-  // Another instance may have one of its own.
-  ovOrvaneWebPlugin* first = plugin;
-  NPP firstInstance = instance;
-  PageObject* elsewhere = newFunction();
-  create();
-  EXPECT_EQ(PageValue(Null()), call("runSaveFileDialogAsync", {"t", "", "", elsewhere}));
-  destroy();
-  expectLetGo(elsewhere);
-  plugin = first;
-  instance = firstInstance;
-  object = plugin->objectForWebScript();
-
   ASSERT_TRUE(runMainLoopUntil([&] { return !next->calls().empty(); }));
   EXPECT_EQ(1u, page->calls().size());
-  EXPECT_EQ(0u, elsewhere->calls().size());
   expectLetGo(page);
   expectLetGo(next);
 }

@@ -2,6 +2,7 @@ orvane_test(view_test
   SOURCES DropViewTest.cpp
   LIBS npapi_common test_display
   LABELS display
+  ENVIRONMENT G_DEBUG=fatal-criticals
   NEEDS test_socket_window test_drag_source)
 target_compile_definitions(view_test PRIVATE
   SOCKET_WINDOW="$<TARGET_FILE:test_socket_window>"

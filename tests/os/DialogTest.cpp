@@ -8,6 +8,7 @@
 #include "os/src/OpenFileDialog.h"
 #include "os/src/OpenFolderDialog.h"
 #include "os/src/SaveFileDialog.h"
+#include "ovlib/ovlog.h"
 #include "tests/support/DisplaySandbox.h"
 
 using namespace Pellion::Web;
@@ -51,12 +52,18 @@ class FileDialogs : public test_support::DisplaySandbox {
 };
 
 TEST_F(FileDialogs, openAnswersTheChosenFile) {
+  ov_log_init(OV_LOG_FILE, dataPath("var/log/orvane-pellion-browser-plugin.log").c_str());
   OpenFileDialog dialog(0, "", false, false, kImages);
+  ov_log_cleanup();
+  EXPECT_EQ(
+      logLines("LOG OpenFileDialog() - title=, allowDirectories=0, allowMultiple=0, fileTypes=" +
+               std::string(kImages))
+          .size(),
+      1u);
   const Paths paths = show(dialog, [&] { user::choosePath("Open", path("folder/a.png")); });
   EXPECT_EQ(paths, Paths{path("folder/a.png")});
   EXPECT_EQ(dialog.resultStr(), "[\"" + path("folder/a.png") + "\"]");
   EXPECT_EQ(dialog.result(), 4u);
-  EXPECT_EQ(logLines("OpenFileDialog() - title=").size(), 0u) << "the log is not open here";
 }
 
 TEST_F(FileDialogs, openAnswersAllFilesThatTheFilterShows) {
@@ -80,10 +87,15 @@ TEST_F(FileDialogs, cancelIsAnEmptyListAndForSavingAnEmptyPath) {
   EXPECT_EQ(save.resultStr(), "\"\"");
 }
 
-TEST_F(FileDialogs, folderAnswersTheChosenFolder) {
-  OpenFolderDialog dialog(0, "Where to?", true);
-  EXPECT_EQ(show(dialog, [&] { user::choosePath("Where to\\?", path("folder/one")); }),
+TEST_F(FileDialogs, folderAnswersTheChosenFolders) {
+  OpenFolderDialog one(0, "", false);
+  EXPECT_EQ(show(one, [&] { user::choosePath("Select Folder", path("folder/one")); }),
             Paths{path("folder/one")});
+
+  OpenFolderDialog several(0, "Where to?", true);
+  Paths paths = show(several, [] { user::chooseAll("Where to\\?", "alt+o"); });
+  std::sort(paths.begin(), paths.end());
+  EXPECT_EQ(paths, (Paths{path("folder/one"), path("folder/two")}));
 }
 
 TEST_F(FileDialogs, saveSuggestsTheName) {

@@ -25,15 +25,10 @@ TEST(Path, isRecognised) {
     bool drive;
     bool unc;
   } kCases[] = {
-      {"", true, false, false},       {"a", true, false, false},
-      {"./a", true, false, false},    {"/a", false, false, false},
-      {"  /a", false, false, false},  {"\\a", false, false, false},
-      {"c:", false, true, false},     {" C:\\a", false, true, false},
-      {"1:", true, false, false},     {"a/c:", true, false, false},
-      {"//s/h", false, false, true},  {"//s/", false, false, true},
-      {"//s", false, false, false},   {"//", false, false, false},
-      {"///h", false, false, false},  {"///s/h", false, false, false},
-      {"/s/h/", false, false, false},
+      {"", true, false, false},      {"./a", true, false, false},    {"  /a", false, false, false},
+      {"\\a", false, false, false},  {" C:\\a", false, true, false}, {"1:", true, false, false},
+      {"a/c:", true, false, false},  {"//s/", false, false, true},   {"//s", false, false, false},
+      {"///h", false, false, false},
   };
   for (const auto& c : kCases) {
     EXPECT_EQ(ov_path_is_relative(c.path), c.relative) << c.path;
@@ -43,7 +38,6 @@ TEST(Path, isRecognised) {
   EXPECT_TRUE(ov_path_is_transfer_uri("ovtp://host/file"));
   EXPECT_FALSE(ov_path_is_transfer_uri("ovtp:/host"));
   EXPECT_STREQ(ov_path_next_dirsep("ab\\c/d"), "\\c/d");
-  EXPECT_STREQ(ov_path_next_dirsep("/"), "/");
   EXPECT_EQ(ov_path_next_dirsep("abc"), nullptr);
 }
 
@@ -54,7 +48,6 @@ TEST(Path, splitsOffItsRoot) {
     const char* rest;
   } kCases[] = {
       {"", "", ""},
-      {"a/b", "", "a/b"},
       {"///a/b", "/", "a/b"},
       {" c:///a", "c:/", "a"},
       {"//srv/share", "//srv/share/", ""},
@@ -69,12 +62,6 @@ TEST(Path, splitsOffItsRoot) {
   }
   char small[12];
   EXPECT_EQ(ov_path_extract_prefix("//srv/share/a", small, sizeof(small), &rest), -1);
-  ov_path_unc_range parts;
-  ASSERT_EQ(ov_path_unc_parts("//srv/share/a", &parts), 0);
-  EXPECT_EQ(parts.server, 2U);
-  EXPECT_EQ(parts.server_end, 5U);
-  EXPECT_EQ(parts.share, 6U);
-  EXPECT_EQ(parts.share_end, 11U);
 }
 
 TEST(Path, hasACanonicalForm) {
@@ -83,24 +70,16 @@ TEST(Path, hasACanonicalForm) {
     std::string expected;
   } kCases[] = {
       {"", ""},
-      {"/", "/"},
       {"/x/./y//z", "/x/y/z"},
-      {"/x/y/", "/x/y"},
       {"\\x\\y\\..\\z", "/x/z"},
-      {"/..", "/"},
       {"/../../a/..", "/"},
       {"///a/../../b", "/b"},
       {"c:\\..\\a", "c:/a"},
-      {"//srv/share/../../a", "//srv/share/a"},
       {"\\\\srv\\share\\a\\..", "//srv/share/"},
-      {"a/b/../c", "a/c"},
       {"a/..", ""},
-      {"./a", "a"},
-      {"..", ".."},
       {"../../a/../b", "../../b"},
       {"a/../../b", "../b"},
       {"/.../..a/a..", "/.../..a/a.."},
-      {"//srv/", "failed: -1"},
       {"//srv//a", "failed: -1"},
       {"/a\nb", "failed: -1"},
       {"ovtp://h//a/../b\\c/./", "ovtp://h//a/../b\\c/./"},
@@ -117,8 +96,6 @@ TEST(Path, hasACanonicalForm) {
   char in_place[] = "/a//b/../c";
   EXPECT_EQ(ov_path_canonical_path(in_place, in_place, sizeof(in_place)), 0);
   EXPECT_STREQ(in_place, "/a/c");
-  EXPECT_EQ(ov_path_canonical_path(nullptr, in_place, sizeof(in_place)), 0);
-  EXPECT_STREQ(in_place, "");
 }
 
 TEST(Path, appends) {
@@ -127,24 +104,15 @@ TEST(Path, appends) {
     const char* name;
     const char* expected;
   } kCases[] = {
-      {"/x", "a/../b", "/x/b"},
-      {"/x/", "b", "/x/b"},
-      {"/x", "///b", "/x/b"},
-      {"", "./b", "b"},
-      {".", "b", "b"},
-      {".", "/b", "b"},
-      {"/", "/b", "/b"},
-      {"/", "b", "/b"},
-      {"/x", "", "/x"},
-      {"x", "../../b", "../b"},
-      {"ovtp://h/a", "b", "ovtp://h/a/b"},
+      {"/x", "a/../b", "/x/b"}, {"/x", "///b", "/x/b"},   {"", "./b", "b"},
+      {".", "b", "b"},          {".", "/b", "b"},         {"/", "/b", "/b"},
+      {"/", "b", "/b"},         {"x", "../../b", "../b"}, {"ovtp://h/a", "b", "ovtp://h/a/b"},
   };
   char output[16];
   for (const auto& c : kCases) {
     EXPECT_EQ(ov_path_append(c.directory, c.name, output, sizeof(output)), OV_OK);
     EXPECT_STREQ(output, c.expected) << c.directory << " + " << c.name;
   }
-  EXPECT_EQ(ov_path_append("/x", "b", nullptr, 0), 0);
   EXPECT_EQ(ov_path_append("/abcdefgh", "ijk", output, 12), OV_EBUFFER);
   EXPECT_STREQ(output, "/abcdefgh/i");
 }
@@ -155,8 +123,8 @@ TEST_F(PathFiles, findsTheFirstThatExists) {
   for (const char* directory : {"a", "b", "c"}) {
     std::filesystem::create_directory(path(directory));
   }
-  test_support::writeFile(path("b/tool"), "b");
-  test_support::writeFile(path("c/tool"), "c");
+  test_support::writeFile(path("b/tool"), "");
+  test_support::writeFile(path("c/tool"), "");
   const std::string a = path("a");
   const std::string b = path("b");
   const std::string c = path("c");
@@ -166,11 +134,10 @@ TEST_F(PathFiles, findsTheFirstThatExists) {
   char found[OV_PATH_MAX];
   EXPECT_EQ(ov_path_find_file_in_paths("tool", all, found, sizeof(found)), 0);
   EXPECT_EQ(found, b + "/tool");
-  EXPECT_TRUE(ov_path_exists(found));
-  EXPECT_EQ(ov_path_find_file_in_paths("tool", none, found, sizeof(found)), -1);
   EXPECT_EQ(ov_path_find_file_in_paths("", all, found, sizeof(found)), -1);
-  EXPECT_EQ(ov_path_find_file_in_paths("tool", none + 1, found, sizeof(found)), -1);
-  EXPECT_EQ(ov_path_find_file_in_paths("tool", too_long, found, sizeof(found)), -1);
+  for (const char* const* directories : {none, none + 1, too_long}) {
+    EXPECT_EQ(ov_path_find_file_in_paths("tool", directories, found, sizeof(found)), -1);
+  }
 }
 
 TEST_F(PathFiles, knowsTheHomeDirectory) {
@@ -179,7 +146,6 @@ TEST_F(PathFiles, knowsTheHomeDirectory) {
   EXPECT_EQ(ov_path_home_dir(home_dir, sizeof(home_dir)), 8);
   EXPECT_STREQ(home_dir, "/home/me");
   EXPECT_EQ(ov_path_home_dir(home_dir, 8), -1);
-  EXPECT_EQ(ov_path_home_dir(nullptr, 8), -1);
   unsetenv("HOME");
   EXPECT_EQ(ov_path_home_dir(home_dir, sizeof(home_dir)), -1);
 }

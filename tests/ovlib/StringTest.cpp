@@ -19,18 +19,13 @@ TEST(Utf8, losesAnIncompleteEnd) {
     size_t length;
   } kCases[] = {
       {"", OV_OK, 0},
-      {"abc", OV_OK, 3},
       {"a\xC3\xA9", OV_OK, 3},
       {"a\xC3", OV_OK, 1},
-      {"a\xE2\x82\xAC", OV_OK, 4},
       {"a\xE2\x82", OV_OK, 1},
-      {"\xE2", OV_OK, 0},
       {"a\xF0\x9F\x98\x80", OV_OK, 5},
       {"a\xF0\x9F\x98", OV_OK, 1},
-      {"a\xF8\x88\x80\x80", OV_OK, 1},
       {"a\xFC\x84\x80\x80\x80\x80", OV_OK, 7},
       {"a\xFC\x84\x80\x80\x80", OV_OK, 1},
-      {"\x80\x80", OV_EINVAL, 2},
       {"a\x80", OV_EINVAL, 2},
   };
   for (const auto& c : kCases) {
@@ -51,13 +46,10 @@ TEST_F(BoundedString, isCopiedAndCutOnWholeCharacters) {
     int result;
     const char* expected;
   } kCases[] = {
-      {"", 1, OV_OK, ""},
       {"abc", 4, OV_OK, "abc"},
-      {"abcd", 4, OV_EBUFFER, "abc"},
       {"a", 1, OV_EBUFFER, ""},
       {"\xC3\xA9\xC3\xA9", 5, OV_OK, "\xC3\xA9\xC3\xA9"},
       {"\xC3\xA9\xC3\xA9", 4, OV_EBUFFER, "\xC3\xA9"},
-      {"\xC3\xA9\xC3\xA9", 3, OV_EBUFFER, "\xC3\xA9"},
       {"\xE2\x82\xAC", 3, OV_EBUFFER, ""},
   };
   for (const auto& c : kCases) {
@@ -76,12 +68,7 @@ TEST_F(BoundedString, growsAtItsEnd) {
   EXPECT_STREQ(buffer, "abcde");
   EXPECT_EQ(length, 5U);
   EXPECT_EQ(ov_str_ncat(buffer, "fg", sizeof(buffer)), OV_OK);
-  EXPECT_EQ(ov_str_ncat(buffer, "", sizeof(buffer)), OV_OK);
   EXPECT_EQ(ov_str_ncat(buffer, "h", sizeof(buffer)), OV_EBUFFER);
-  EXPECT_STREQ(buffer, "abcdefg");
-  EXPECT_EQ(ov_str_ncat(buffer, "h", 7), OV_EBUFFER);
-  EXPECT_EQ(ov_str_ncat(buffer, nullptr, sizeof(buffer)), OV_EINVAL);
-  EXPECT_EQ(ov_str_ncat(nullptr, "", sizeof(buffer)), OV_EINVAL);
   EXPECT_STREQ(buffer, "abcdefg");
 }
 
@@ -102,20 +89,9 @@ TEST_F(BoundedString, refusesBadArgumentsWithALine) {
 }
 
 TEST(Decimal, isConverted) {
-  const struct {
-    const char* text;
-    int value;
-  } kCases[] = {{"42", 42},
-                {"200 OK", 200},
-                {"-7", -7},
-                {"", 0},
-                {"x1", 0},
-                {"2147483648", INT_MAX},
-                {"-99999999999999999999", INT_MIN},
-                {nullptr, 0}};
-  for (const auto& c : kCases) {
-    EXPECT_EQ(ov_str_atoi(c.text), c.value) << (c.text != nullptr ? c.text : "null");
-  }
+  EXPECT_EQ(ov_str_atoi("-7 OK"), -7);
+  EXPECT_EQ(ov_str_atoi("x1"), 0);
+  EXPECT_EQ(ov_str_atoi("2147483648"), INT_MAX);
   char buffer[5];
   EXPECT_STREQ(ov_str_itoa(-123, buffer, sizeof(buffer)), "-123");
   EXPECT_EQ(ov_str_itoa(12345, buffer, sizeof(buffer)), nullptr);
@@ -126,18 +102,12 @@ TEST(ErrorText, isFoundForEveryNumber) {
     int code;
     std::string text;
   } kCases[] = {
-      {OV_EDOCROOT, "Invalid doc root path"},
-      {OV_EBUFFER, "Insufficient buffer space"},
-      {OV_EDIREND, "End or directory reached"},
       {OV_EHASHSUM, "Could not compute md5sum"},
       {28685, "Could not log message"},
-      {28692, "Storage inaccessible"},
       {28693, "Bad pathname"},
       {28694, strerror(28694)},
       {28671, strerror(28671)},
       {OV_ECONNREFUSED, strerror(ECONNREFUSED)},
-      {OV_EPATHMAX, strerror(ENAMETOOLONG)},
-      {OV_OK, strerror(0)},
   };
   char text[64];
   for (const auto& c : kCases) {
@@ -146,8 +116,6 @@ TEST(ErrorText, isFoundForEveryNumber) {
   }
   EXPECT_EQ(ov_platform_errstr(OV_EBADPATHNAME, text, 4), OV_EBUFFER);
   EXPECT_STREQ(text, "Bad");
-  EXPECT_EQ(ov_platform_errstr(1, nullptr, 4), OV_EINVAL);
-  EXPECT_EQ(ov_platform_errstr(1, text, 0), OV_EINVAL);
 }
 
 }  // namespace

@@ -42,31 +42,21 @@ TEST_F(HttpExchange, writesTheRequestToTheByteInAsManySendsAsItTakes) {
   request.appendData(std::string("b\0", 2));
   request.appendData("%s");
   system_call_faults::planSends({1, 2, 3});
-  EXPECT_NE(std::unique_ptr<HttpResponse>(request.invoke()), nullptr);
-  const std::string head =
-      "POST /a?b%20c HTTP/1.1\r\n"
-      "Connection: close\r\n"
-      "Content-Length: 4\r\n"
-      "Content-Type: text/x\r\n"
-      "Content-Type: a second\r\n"
-      "User-Agent: Orvane Pellion\r\n\r\n";
-  EXPECT_THAT(server.requests(), testing::ElementsAre(head + std::string("b\0%s", 4)));
-}
-
-TEST_F(HttpExchange, repeatsItsAutomaticHeadersWhenInvokedAgain) {
-  ScriptedServer server(httpResponse(""));
-  HttpRequest request("127.0.0.1", static_cast<unsigned short>(server.port()));
-  request.setUri("/a");
-  for (int i = 0; i < 2; ++i) {
+  for (int i = 0; i < 2; ++i) {  // The second time has the automatic headers twice.
     EXPECT_NE(std::unique_ptr<HttpResponse>(request.invoke()), nullptr);
   }
+  const std::string line = "POST /a?b%20c HTTP/1.1\r\n";
   const std::string close = "Connection: close\r\n";
-  const std::string length = "Content-Length: 0\r\n";
+  const std::string length = "Content-Length: 4\r\n";
+  const std::string types = "Content-Type: text/x\r\nContent-Type: a second\r\n";
   const std::string agent = "User-Agent: Orvane Pellion\r\n";
-  const std::string line = "GET /a HTTP/1.1\r\n";
-  EXPECT_THAT(server.requests(), testing::ElementsAre(line + close + length + agent + "\r\n",
+  const std::string body("\r\nb\0%s", 6);
+  EXPECT_THAT(server.requests(), testing::ElementsAre(line + close + length + types + agent + body,
                                                       line + close + close + length + length +
-                                                          agent + agent + "\r\n"));
+                                                          types + agent + agent + body));
+  EXPECT_NE(get(server.port()), nullptr);
+  EXPECT_EQ(server.requests()[2],
+            "GET /a HTTP/1.1\r\n" + close + "Content-Length: 0\r\n" + agent + "\r\n");
 }
 
 TEST_F(HttpExchange, endsAtOnceWhenTheConnectionOrASendFails) {
@@ -76,16 +66,11 @@ TEST_F(HttpExchange, endsAtOnceWhenTheConnectionOrASendFails) {
     freePort = gone.port();
   }
   EXPECT_EQ(get(freePort), nullptr);
-  EXPECT_THAT(logText(), testing::ContainsRegex("LOG Connection failed for socket 0x[0-9a-f]+ "
-                                                "\\(-1\\)\n"));
   EXPECT_THAT(logText(), Not(HasSubstr("Request:")));
 
   ScriptedServer server(httpResponse("ok"));
   system_call_faults::planSends({3, system_call_faults::kFail});
   EXPECT_EQ(get(server.port()), nullptr);
-  EXPECT_THAT(logText(),
-              testing::ContainsRegex("ERR Socket::send\\(\\) \\[0x[0-9a-f]+\\] - send failed "
-                                     "\\(-1\\)\n"));
   EXPECT_THAT(logText(), Not(HasSubstr("recv")));
 }
 
@@ -103,7 +88,6 @@ TEST_F(HttpExchange, parsesWhatCameBeforeAReceiveFailed) {
 TEST_F(HttpExchange, logsRequestTimeAndResponse) {
   ScriptedServer server("HTTP/1.1 200 OK\r\n\r\n100 %s %n");
   EXPECT_NE(get(server.port()), nullptr);
-  const std::string log = logText();
   EXPECT_THAT(logText(), testing::MatchesRegex(
                              ".*DBG HttpRequest::invoke\\(\\) - Request:\nGET /a HTTP/1.1\r\n"
                              "Connection: close\r\n.*"
@@ -113,16 +97,16 @@ TEST_F(HttpExchange, logsRequestTimeAndResponse) {
                              "HTTP/1.1 200 OK\r\n\r\n100 %s %n\n"));
 }
 
-TEST_F(HttpExchange, isSilentAtALowerDetailLevelAndCutsLongTexts) {
-  ScriptedServer server(httpResponse(std::string(6000, 'x')));
+TEST_F(HttpExchange, isSilentAtALowerDetailLevelAndLogsAllThatALineHolds) {
+  const std::string text = httpResponse(std::string(6000, 'x'));
+  ScriptedServer server(text);
   ov_dbg_set_all(1);
   EXPECT_NE(get(server.port()), nullptr);
   EXPECT_EQ(logText(), "");
   ov_dbg_set_all(2);
   EXPECT_NE(get(server.port()), nullptr);
-  const std::string head = "HttpRequest::invoke() - Response (6041 bytes):\n";
-  const std::string shown = (head + httpResponse(std::string(6000, 'x'))).substr(0, 4089);
-  EXPECT_THAT(logText(), testing::EndsWith("DBG " + shown + "\n"));
+  const std::string line = "HttpRequest::invoke() - Response (6041 bytes):\n" + text;
+  EXPECT_THAT(logText(), testing::EndsWith("DBG " + line.substr(0, 4089) + "\n"));
 }
 
 TEST_F(HttpExchange, goesOnWithoutAClock) {

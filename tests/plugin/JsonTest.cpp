@@ -10,19 +10,10 @@ namespace {
 
 using Pellion::Web::Json;
 
-std::string times(int count, const std::string& text) {
-  std::string repeated;
-  for (int i = 0; i < count; ++i) {
-    repeated += text;
-  }
-  return repeated;
-}
-
 TEST(Json, answersPaths) {
   Json json;
-  ASSERT_TRUE(json.parse(R"({"a":{"text":"t\"\u00e9","number":1.50,"big":123456789012345678901234,
-                             "yes":true,"no":false,"word":"true","one":1,"list":["x"],"nil":null},
-                             "text":"root"})"))
+  ASSERT_TRUE(json.parse(R"({"a":{"text":"t\"\u00e9","number":1.50,"yes":true,"no":false,
+                             "word":"true","list":["x"]},"text":"root"})"))
       << json.err();
   const struct {
     const char* key;
@@ -30,13 +21,10 @@ TEST(Json, answersPaths) {
     bool isTrue;
   } cases[] = {{"text", "t\"\xc3\xa9", false},
                {"number", "1.50", false},
-               {"big", "123456789012345678901234", false},
                {"yes", "", true},
                {"no", "", false},
                {"word", "true", false},
-               {"one", "1", false},
                {"list", "", false},
-               {"nil", "", false},
                {"missing", "", false}};
   const char* const root[] = {"a", nullptr};
   for (const auto& c : cases) {
@@ -47,7 +35,6 @@ TEST(Json, answersPaths) {
     EXPECT_EQ(json.isTrue(fromRoot), c.isTrue) << c.key;
     EXPECT_EQ(json.get(fromRoot) == nullptr, std::string(c.key) == "missing");
   }
-  EXPECT_TRUE(YAJL_IS_OBJECT(json.getNode()));
   const char* const text[] = {"text", nullptr};
   EXPECT_EQ(json.getString(text), "root");
 }
@@ -80,25 +67,23 @@ TEST(Json, aFailedParseLeavesAMessageAndNoDocument) {
 }
 
 TEST(Json, refusesDocumentsOnlyForTheirRealDepth) {
-  const std::string brackets(20000, '[');
+  const std::string open(10000, '[');
+  const std::string whole = open + std::string(10000, ']');
   const struct {
     const char* label;
     std::string text;
     bool accepted;
   } cases[] = {
-      {"10000 arrays", times(10000, "[") + times(10000, "]"), true},
-      {"10001 arrays", times(10001, "[") + times(10001, "]"), false},
-      {"10000 objects", times(10000, "{\"a\":") + "1" + times(10000, "}"), true},
-      {"10001 levels, mixed", times(5000, "[{\"a\":") + "[]" + times(5000, "}]"), false},
+      {"10000 levels", whole, true},
+      {"10001 levels", "{\"a\":" + whole + "}", false},
       {"a million open arrays", std::string(1000000, '['), false},
-      {"wide, not deep", "[" + times(20000, "[],{},") + "1]", true},
-      {"in a string", "[\"" + brackets + "\"]", true},
-      {"behind an escaped quote", "[\"\\\"" + brackets + "\\\\\\\"" + brackets + "\"]", true},
-      {"in a key", "{\"" + brackets + "\":1}", true},
-      {"behind a backslash", "[\"\\\\\"," + times(10000, "[") + times(10000, "]") + "]", false},
-      {"in comments", "[/*" + brackets + "*\"/**/ // \"" + brackets + "\n1]", true},
-      {"behind comments", "/*\"*//**/" + times(10001, "[") + times(10001, "]"), false},
-      {"no comment", "[\"/*\"," + times(10000, "[") + times(10000, "]") + "]", false},
+      {"wide, not deep", "[" + whole.substr(1, 19998) + ",{}," + whole.substr(1, 19998) + "]",
+       true},
+      {"in a string", "[\"\\\"" + open + open + "\\\\\\\"\",1]", true},
+      {"behind a backslash", "[\"\\\\\"," + whole + "]", false},
+      {"in comments", "[/*" + open + open + "*\"/**/ // \"" + open + open + "\n1]", true},
+      {"behind comments", "[/*\"*//**/" + whole + "]", false},
+      {"no comment", "[\"/*\"," + whole + "]", false},
   };
   Json json;
   for (const auto& c : cases) {
@@ -109,26 +94,22 @@ TEST(Json, refusesDocumentsOnlyForTheirRealDepth) {
   }
 }
 
-TEST(Json, errorDocumentsCarryTheMessageAsItIs) {
-  const std::runtime_error exception("disk full");
-  EXPECT_EQ(Json::createError("x"), R"({"error":{"code":-1,"user_message":"x"}})");
-  EXPECT_EQ(Json::createError("a\"\\%s"), R"({"error":{"code":-1,"user_message":"a"\%s"}})");
-  EXPECT_EQ(Json::createError(exception), R"({"error":{"code":-1,"user_message":"disk full"}})");
-  EXPECT_EQ(Json::createError(exception, "Save failed"),
-            R"({"error":{"code":-1,"user_message":"Save failed: disk full"}})");
-}
-
 using JsonLog = test_support::Sandbox;
 
-TEST_F(JsonLog, holdsTheMessagesOfErrorDocuments) {
+TEST_F(JsonLog, holdsTheUnescapedMessagesOfErrorDocuments) {
   Pellion::Web::Utils::logInit();
-  const std::runtime_error exception("100% of %s%n");
-  EXPECT_EQ(Json::createErrorAndLog("m %d"), Json::createError("m %d"));
-  EXPECT_EQ(Json::createErrorAndLog(exception), Json::createError(exception));
-  EXPECT_EQ(Json::createErrorAndLog(exception, "c"), Json::createError(exception, "c"));
-  for (const char* line : {"ERR m %d\n", "ERR 100% of %s%n\n", "ERR c: 100% of %s%n\n"}) {
-    EXPECT_NE(logText().find(line), std::string::npos) << line;
+  const std::runtime_error exception("disk 100% \"full\" %s%n");
+  EXPECT_EQ(Json::createErrorAndLog("x"), R"({"error":{"code":-1,"user_message":"x"}})");
+  EXPECT_EQ(Json::createErrorAndLog(exception),
+            R"({"error":{"code":-1,"user_message":"disk 100% "full" %s%n"}})");
+  EXPECT_EQ(Json::createErrorAndLog(exception, "Save failed"),
+            R"({"error":{"code":-1,"user_message":"Save failed: disk 100% "full" %s%n"}})");
+  for (const char* line :
+       {"x", "disk 100% \"full\" %s%n", "Save failed: disk 100% \"full\" %s%n"}) {
+    EXPECT_EQ(logLines(std::string("ERR ") + line).size(), 1U) << line;
   }
+  EXPECT_EQ(Json::createError(exception), Json::createErrorAndLog(exception));
+  EXPECT_EQ(Json::createError(exception, "c"), Json::createErrorAndLog(exception, "c"));
   Pellion::Web::Utils::logCleanup();
 }
 

@@ -26,15 +26,6 @@ class Sockets : public test_support::Sandbox {
   ~Sockets() override { Pellion::Web::Utils::logCleanup(); }
 };
 
-TEST_F(Sockets, withoutADescriptorFailSilently) {
-  OpenTcpSocket socket;
-  char byte = 'x';
-  EXPECT_EQ(socket.recv(&byte, 1), -1);
-  EXPECT_EQ(socket.send(&byte, 1), -1);
-  socket.close();
-  EXPECT_EQ(logText(), "");
-}
-
 TEST_F(Sockets, areClosedOnceAndNotInherited) {
   int descriptor;
   {
@@ -44,9 +35,11 @@ TEST_F(Sockets, areClosedOnceAndNotInherited) {
     EXPECT_EQ(fcntl(descriptor, F_GETFD), FD_CLOEXEC);
   }
   EXPECT_EQ(fcntl(descriptor, F_GETFD), -1);
-  EXPECT_EQ(logText(), "");
-
   OpenTcpSocket socket;
+  char byte = 'x';
+  EXPECT_EQ(socket.recv(&byte, 1), -1);
+  EXPECT_EQ(socket.send(&byte, 1), -1);
+  EXPECT_EQ(logText(), "");
   ASSERT_TRUE(socket.create());
   close(socket.descriptor());
   socket.close();
@@ -62,16 +55,16 @@ TEST_F(Sockets, surviveAWriteWithoutAReader) {
   ASSERT_TRUE(socket.connect("127.0.0.1", static_cast<unsigned short>(server.port())));
   shutdown(socket.descriptor(), SHUT_WR);
   EXPECT_EQ(socket.send("x", 1), -1);
-  EXPECT_THAT(logText(), ContainsRegex("ERR Socket::send\\(\\) \\[0x[0-9a-f]+\\] - send failed"));
+  EXPECT_THAT(logText(),
+              ContainsRegex("ERR Socket::send\\(\\) \\[0x[0-9a-f]+\\] - send failed \\(-1\\)\n"));
 }
 
 TEST_F(Sockets, keepTheirDescriptorWhenAConnectFails) {
   OpenTcpSocket socket;
   EXPECT_FALSE(socket.connect("", 80));
   EXPECT_NE(socket.descriptor(), -1);
-  const std::string log = logText();
-  EXPECT_THAT(log, HasSubstr("LOG ERROR: Unable to resolve IP address\n"));
-  EXPECT_THAT(log, ContainsRegex("LOG Connection failed for socket 0x[0-9a-f]+ \\(-1\\)\n"));
+  EXPECT_THAT(logText(), ContainsRegex("LOG ERROR: Unable to resolve IP address\n.*"
+                                       "LOG Connection failed for socket 0x[0-9a-f]+ \\(-1\\)\n"));
 }
 
 TEST_F(Sockets, resolveToIpv4Only) {

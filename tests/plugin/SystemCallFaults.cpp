@@ -1,6 +1,5 @@
 #include "tests/plugin/SystemCallFaults.h"
 
-#include <malloc.h>
 #include <sys/socket.h>
 #include <sys/syscall.h>
 #include <sys/time.h>
@@ -17,8 +16,6 @@ namespace {
 thread_local std::deque<size_t> receives;
 thread_local std::deque<size_t> sends;
 thread_local int clockCallsBeforeFailure = -1;
-thread_local long heldMemory = 0;
-thread_local long mostMemory = 0;
 thread_local size_t askedMemory = 0;
 
 // What the next call may move: `size` itself when nothing is planned, -1 to fail.
@@ -52,13 +49,7 @@ void failClockCall(int n) {
 }
 
 void startMeasuringMemory() {
-  heldMemory = 0;
-  mostMemory = 0;
   askedMemory = 0;
-}
-
-size_t peakMemory() {
-  return static_cast<size_t>(mostMemory);
 }
 
 size_t allocatedMemory() {
@@ -94,16 +85,13 @@ void* operator new(size_t size) {
     throw std::bad_alloc();
   }
   askedMemory += size;
-  heldMemory += static_cast<long>(malloc_usable_size(memory));
-  mostMemory = std::max(mostMemory, heldMemory);
   return memory;
 }
 
 void operator delete(void* memory) noexcept {
-  heldMemory -= static_cast<long>(malloc_usable_size(memory));
   std::free(memory);
 }
 
 void operator delete(void* memory, size_t) noexcept {
-  operator delete(memory);
+  std::free(memory);
 }

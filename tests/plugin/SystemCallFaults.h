@@ -16,10 +16,8 @@ void planSends(const std::vector<size_t>& sizes);
 // The n-th of the next calls fails, counted from 0.
 void failClockCall(int n);
 
-// The most memory that this thread held at a time since the start, beyond what it held then.
+// All memory that this thread asked for since the start, given back or not.
 void startMeasuringMemory();
-size_t peakMemory();
-// All that it ever asked for since then.
 size_t allocatedMemory();
 
 }  // namespace system_call_faults

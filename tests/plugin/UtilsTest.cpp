@@ -80,6 +80,9 @@ TEST_F(Utils, startsTheLogOnceWithFullDetail) {
   Pellion::Web::Utils::logCleanup();
   ov_err("after the end");
   EXPECT_TRUE(logLines("after the end").empty());
+  Pellion::Web::Utils::logInit();
+  ov_err("started again");
+  EXPECT_EQ(logLines("started again").size(), 1u);
 }
 
 TEST_F(Utils, logsExceptionTextsAsHarmlessFormats) {

@@ -2,6 +2,7 @@
 #include <pthread.h>
 
 #include <algorithm>
+#include <chrono>
 #include <future>
 #include <stdexcept>
 
@@ -30,7 +31,7 @@ class TwoStepWorker : public Pellion::Web::Worker {
   bool isDone() const override { return _done; }
   void run() override {
     while (!_stopRequested) {
-      std::this_thread::yield();
+      std::this_thread::sleep_for(std::chrono::microseconds(10));
     }
     _done = true;
     _afterDone();
@@ -108,8 +109,9 @@ TEST_F(Worker, thousandsOfShortLivesLeaveNeitherThreadNorStack) {
     TwoStepWorker worker;
     worker.start();
     worker.stop();
-    for (int turn = 0; turn < i % 64; ++turn) {
-      std::this_thread::yield();
+    // Each turn joins at another point of the thread's end.
+    const auto joinTime = std::chrono::steady_clock::now() + std::chrono::microseconds(i % 128);
+    while (std::chrono::steady_clock::now() < joinTime) {
     }
     worker.join();
     worker.reap();

@@ -3,7 +3,6 @@
 
 #include <sys/types.h>
 
-#include <exception>
 #include <functional>
 #include <string>
 #include <thread>
@@ -36,18 +35,21 @@ void key(const std::string& keys);
 void type(const std::string& text);
 // In an open, folder or save dialog of that title: names an absolute path and accepts.
 void choosePath(const std::string& title, const std::string& path);
-// In an open dialog that allows several files: all files of a directory.
+// In a dialog that allows several: all that its list shows. `accept` is the key that ends it.
+void chooseAll(const std::string& title, const std::string& accept = "Return");
+// The same for the files of a directory.
 void chooseAllIn(const std::string& title, const std::string& directory);
 void cancel(const std::string& title);
 // The chooser's question whether a file may be replaced.
 void answerOverwrite(bool replace);
-// Drags from the middle of one window to the middle of another.
+// Drags from the middle of one window, that of test_drag_source, to the middle of another, and
+// drops there when the drop is welcome, or after 3 seconds.
 void drag(const std::string& from, const std::string& to);
 
 }  // namespace user
 
-// Runs a user's steps on a thread of their own while the main thread blocks in a dialog. Rethrows
-// on join what a step threw.
+// Runs a user's steps on a thread of their own while the main thread blocks in a dialog. A step
+// that throws fails the test and ends the program: nobody would answer the dialog.
 class UserThread {
  public:
   explicit UserThread(std::function<void()> steps);
@@ -55,7 +57,6 @@ class UserThread {
   void join();
 
  private:
-  std::exception_ptr _error;
   std::thread _thread;
 };
 

@@ -1,12 +1,25 @@
 // A window from which one list of URIs can be dragged, as from a file manager. Prints "ready", and
-// after each drag "accepted" or "refused"; ends when its standard input does. Usage:
-// test_drag_source URI...
+// after each drag "accepted" or "refused"; ends when its standard input does. Its title, "Drag
+// source", is "Drop welcome" while the window below would take the drop. Usage: test_drag_source
+// URI...
+#include <glib-unix.h>
 #include <gtk/gtk.h>
 #include <unistd.h>
 
 #include <cstdio>
 
 static bool failed = false;
+static GdkDragContext* drag = nullptr;
+
+static gboolean updateTitle(gpointer window) {
+  const bool welcome = drag != nullptr && gdk_drag_context_get_selected_action(drag) != 0;
+  gtk_window_set_title(GTK_WINDOW(window), welcome ? "Drop welcome" : "Drag source");
+  return TRUE;
+}
+
+static void onBegin(GtkWidget*, GdkDragContext* context, gpointer) {
+  drag = context;
+}
 
 static void onDataGet(GtkWidget*, GdkDragContext*, GtkSelectionData* data, guint, guint,
                       gpointer uris) {
@@ -18,13 +31,15 @@ static gboolean onFailed(GtkWidget*, GdkDragContext*, GtkDragResult, gpointer) {
   return TRUE;
 }
 
-static void onEnd(GtkWidget*, GdkDragContext*, gpointer) {
+static void onEnd(GtkWidget* window, GdkDragContext*, gpointer) {
+  drag = nullptr;
+  updateTitle(window);
   puts(failed ? "refused" : "accepted");
   fflush(stdout);
   failed = false;
 }
 
-static gboolean quit(GIOChannel*, GIOCondition, gpointer) {
+static gboolean quit(gint, GIOCondition, gpointer) {
   gtk_main_quit();
   return FALSE;
 }
@@ -32,13 +47,15 @@ static gboolean quit(GIOChannel*, GIOCondition, gpointer) {
 int main(int argc, char** argv) {
   gtk_init(&argc, &argv);
   GtkWidget* window = gtk_window_new(GTK_WINDOW_TOPLEVEL);
-  gtk_window_set_title(GTK_WINDOW(window), "Drag source");
+  updateTitle(window);
   gtk_window_set_default_size(GTK_WINDOW(window), 200, 200);
   GtkTargetEntry target = {const_cast<gchar*>("text/uri-list"), 0, 0};
   gtk_drag_source_set(window, GDK_BUTTON1_MASK, &target, 1, GDK_ACTION_COPY);
+  g_signal_connect(window, "drag-begin", G_CALLBACK(onBegin), nullptr);
   g_signal_connect(window, "drag-data-get", G_CALLBACK(onDataGet), argv + 1);
   g_signal_connect(window, "drag-failed", G_CALLBACK(onFailed), nullptr);
   g_signal_connect(window, "drag-end", G_CALLBACK(onEnd), nullptr);
+  g_timeout_add(5, updateTitle, window);
   gtk_widget_show_all(window);
   gtk_window_move(GTK_WINDOW(window), 50, 100);
   while (gtk_events_pending()) {
@@ -46,8 +63,7 @@ int main(int argc, char** argv) {
   }
   puts("ready");
   fflush(stdout);
-  g_io_add_watch(g_io_channel_unix_new(STDIN_FILENO), static_cast<GIOCondition>(G_IO_HUP | G_IO_IN),
-                 quit, nullptr);
+  g_unix_fd_add(STDIN_FILENO, static_cast<GIOCondition>(G_IO_HUP | G_IO_IN), quit, nullptr);
   gtk_main();
   return 0;
 }

@@ -1,8 +1,9 @@
-// A window of another process with a socket in it, as a browser's window has one for a plugin. Prints
-// the socket's window id, and then "accepted" or "refused" for each drop that the plug finished (GTK
-// passes the drag on to the plug and tells its source of a success in both cases). Ends when its
-// standard input does. Usage: test_socket_window [title]
+// A window of another process with a socket in it, as a browser's window has one for a plugin.
+// Prints the socket's window id, and then "accepted" or "refused" for each drop that the plug
+// finished (GTK passes the drag on to the plug and tells its source of a success in both cases).
+// Ends when its standard input does. Usage: test_socket_window [title]
 #include <gdk/gdkx.h>
+#include <glib-unix.h>
 #include <gtk/gtk.h>
 #include <unistd.h>
 
@@ -18,7 +19,7 @@ static GdkFilterReturn reportDrop(GdkXEvent* event, GdkEvent*, gpointer) {
   return GDK_FILTER_CONTINUE;
 }
 
-static gboolean quit(GIOChannel*, GIOCondition, gpointer) {
+static gboolean quit(gint, GIOCondition, gpointer) {
   gtk_main_quit();
   return FALSE;
 }
@@ -37,8 +38,7 @@ int main(int argc, char** argv) {
   gtk_window_move(GTK_WINDOW(window), 500, 100);
   printf("%lu\n", static_cast<unsigned long>(gtk_socket_get_id(GTK_SOCKET(socket))));
   fflush(stdout);
-  g_io_add_watch(g_io_channel_unix_new(STDIN_FILENO), static_cast<GIOCondition>(G_IO_HUP | G_IO_IN),
-                 quit, nullptr);
+  g_unix_fd_add(STDIN_FILENO, static_cast<GIOCondition>(G_IO_HUP | G_IO_IN), quit, nullptr);
   gtk_main();
   return 0;
 }

@@ -1,0 +1,5 @@
+extern "C" int somethingGone();
+
+extern "C" __attribute__((visibility("default"))) int needSomethingGone() {
+  return somethingGone();
+}

@@ -8,6 +8,7 @@
 #include "browsers/npapi_common/ovOrvaneWebView.h"
 #include "os/src/SaveFileDialog.h"
 #include "ovlib/ovlog.h"
+#include "tests/browsers/ShownPicture.h"
 #include "tests/support/ChildProgram.h"
 #include "tests/support/DisplaySandbox.h"
 #include "tests/support/WaitFor.h"
@@ -32,44 +33,10 @@ class Delegate : public ovIOrvaneWebViewDelegate {
   std::unique_ptr<ovOrvaneWebView>* destroyed = nullptr;
 };
 
-// The view's label or picture; null when there is no plug.
-GtkWidget* shownWidget() {
-  GtkWidget* found = nullptr;
-  GList* windows = gtk_window_list_toplevels();
-  for (GList* item = windows; item != nullptr; item = item->next) {
-    if (GTK_IS_PLUG(item->data)) {
-      found = gtk_bin_get_child(GTK_BIN(item->data));
-    }
-  }
-  g_list_free(windows);
-  return found;
-}
-
-bool holdsImage(int width, int height) {
-  GtkWidget* widget = shownWidget();
-  if (!GTK_IS_IMAGE(widget)) {
-    return false;
-  }
-  GdkPixbuf* pixbuf = gtk_image_get_pixbuf(GTK_IMAGE(widget));
-  return gdk_pixbuf_get_width(pixbuf) == width && gdk_pixbuf_get_height(pixbuf) == height;
-}
-
 bool handlesDrops(GtkWidget* widget) {
   const guint signal = g_signal_lookup("drag-data-received", GTK_TYPE_WIDGET);
   return g_signal_handler_find(widget, G_SIGNAL_MATCH_ID, signal, 0, nullptr, nullptr, nullptr) !=
          0;
-}
-
-std::string encodedImage(const char* format) {
-  GdkPixbuf* pixbuf = gdk_pixbuf_new(GDK_COLORSPACE_RGB, FALSE, 8, 40, 30);
-  gdk_pixbuf_fill(pixbuf, 0x3366ccff);
-  gchar* bytes = nullptr;
-  gsize size = 0;
-  gdk_pixbuf_save_to_buffer(pixbuf, &bytes, &size, format, nullptr, nullptr);
-  std::string result(bytes, size);
-  g_free(bytes);
-  g_object_unref(pixbuf);
-  return result;
 }
 
 }  // namespace
@@ -224,9 +191,9 @@ TEST_F(DropView, showsThePictureAndTakesDropsOnIt) {
   for (const char* format : {"png", "jpeg"}) {
     GtkWidget* replaced = GTK_WIDGET(g_object_ref(shownWidget()));
     EXPECT_TRUE(handlesDrops(replaced));
-    const std::string image = encodedImage(format);
+    const std::string image = encodedPicture(format);
     _view->setImage(image.data(), image.size());
-    EXPECT_TRUE(holdsImage(40, 30)) << format;
+    EXPECT_TRUE(showsPicture()) << format;
     EXPECT_FALSE(handlesDrops(replaced)) << "a drop on its way would reach a view that may be gone";
     g_object_unref(replaced);
   }
@@ -236,7 +203,7 @@ TEST_F(DropView, showsThePictureAndTakesDropsOnIt) {
 
 TEST_F(DropView, keepsTheLabelWithoutAWholePicture) {
   show(true, false, false);
-  const std::string image = encodedImage("png");
+  const std::string image = encodedPicture("png");
   _view->setImage(nullptr, 10);
   _view->setImage(image.data(), 0);
   EXPECT_EQ(logLines("ERROR: ").size(), 0u);
@@ -245,7 +212,7 @@ TEST_F(DropView, keepsTheLabelWithoutAWholePicture) {
   EXPECT_EQ(logLines("LOG ERROR: Unable to write image data to loader.").size(), 1u);
   _view->setImage(image.data(), 20);
   EXPECT_EQ(logLines("LOG ERROR: Unable to load pixbuf from image.").size(), 1u);
-  EXPECT_FALSE(holdsImage(40, 30));
+  EXPECT_FALSE(showsPicture());
 }
 
 TEST_F(DropView, outlivesTheBrowsersWindow) {
@@ -256,7 +223,7 @@ TEST_F(DropView, outlivesTheBrowsersWindow) {
     gtk_main_iteration_do(FALSE);
     return shownWidget() == nullptr;
   }));
-  const std::string image = encodedImage("png");
+  const std::string image = encodedPicture("png");
   _view->setImage(image.data(), image.size());
   initWindow(true, true, true);
   _view.reset();

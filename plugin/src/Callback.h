@@ -3,8 +3,9 @@
 
 namespace Pellion::Web {
 
-// Told once when something finished. What `data` points to is fixed by the caller: the finished job,
-// or the HttpResponse of a request (null when there was none). The data is borrowed for the call.
+// Told once when something finished. What `data` points to is fixed by the caller: the finished
+// job, or the HttpResponse of a request (null when there was none). The data is borrowed for the
+// call.
 class Callback {
  public:
   Callback() = default;

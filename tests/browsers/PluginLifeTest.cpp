@@ -242,8 +242,10 @@ class ManyInstances : public PluginLife {
     descriptors = test_support::countDescriptors();
   }
   ~ManyInstances() override {
-    EXPECT_EQ(threads, countThreads());
-    EXPECT_EQ(descriptors, test_support::countDescriptors());
+    // The server may still be closing its last connection.
+    EXPECT_TRUE(test_support::waitFor([this] {
+      return countThreads() == threads && test_support::countDescriptors() == descriptors;
+    }));
     expectLetGo(page);
     EXPECT_EQ(1u, page->referenceCount);
   }

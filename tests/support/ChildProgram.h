@@ -8,8 +8,8 @@
 
 namespace test_support {
 
-// A program that runs beside the test: its standard output can be read line by line, and closing its
-// standard input (at the latest with this object) asks it to end.
+// A program that runs beside the test: its standard output can be read line by line, and closing
+// its standard input (at the latest with this object) asks it to end.
 class ChildProgram {
  public:
   // `command` is the program's path and its arguments.

@@ -1,0 +1,41 @@
+#ifndef TESTS_DOCS_EXAMPLES_H_
+#define TESTS_DOCS_EXAMPLES_H_
+
+#include <ostream>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace docs {
+
+// One runnable example of a page of the documentation: a "js" block below a marker such as
+//
+//   <!-- example: NAME; user: save picked/copy.pdf -->
+//
+// An embed element in an "html" block above it, below the same heading, gives its parameters.
+struct Example {
+  std::string name;
+  std::string user;  // what somebody does at the screen; empty: nothing
+  std::vector<std::pair<std::string, std::string>> parameters;
+  std::string script;
+  std::vector<std::string> prints;  // what stands behind "// prints: "; "…" is any text
+};
+
+// The name alone, for the names of tests.
+void PrintTo(const Example& example, std::ostream* out);
+
+// The contents of a file of the project, by its path from the top. Throws when it is not there.
+std::string readProjectFile(const std::string& path);
+
+// The paths of all sources below the directories.
+std::vector<std::string> projectFiles(const std::vector<std::string>& directories);
+
+// All examples of a page. Throws when a "js" block has no marker or prints nothing.
+std::vector<Example> readExamples(const std::string& path);
+
+// Whether a line is what an example says it prints.
+bool matches(const std::string& line, const std::string& pattern);
+
+}  // namespace docs
+
+#endif  // TESTS_DOCS_EXAMPLES_H_

@@ -160,6 +160,8 @@ TEST_F(FileDialogs, oneWithoutImplementationHasAnEmptyResult) {
 
 TEST(FileDialogsWithoutDisplay, answerTheirError) {
   unsetenv("DISPLAY");
+  g_log_set_always_fatal(
+      static_cast<GLogLevelFlags>(G_LOG_LEVEL_WARNING | G_LOG_LEVEL_CRITICAL | G_LOG_FATAL_MASK));
   OpenFolderDialog dialog(0, "", false);
   EXPECT_TRUE(dialog.init(""));
   dialog.run();

@@ -21,94 +21,13 @@
   static_assert(offsetof(type, member) == (offset), #type "." #member); \
   static_assert(sizeof(std::declval<type>().member) == (size), #type "." #member)
 #define VALUE(name, number) static_assert((name) == (number), #name)
-#define ENTRY(table, entry, ...) \
+#define ENTRY(table, entry, offset, ...)                                \
+  static_assert(offsetof(table, entry) == (offset), #table "." #entry); \
   static_assert(std::is_same_v<decltype(table::entry), __VA_ARGS__>, #table "." #entry)
 
 RECORD(NPNetscapeFuncs, 472, 8);
-MEMBER(NPNetscapeFuncs, size, 0, 2);
-MEMBER(NPNetscapeFuncs, version, 2, 2);
-MEMBER(NPNetscapeFuncs, geturl, 8, 8);
-MEMBER(NPNetscapeFuncs, posturl, 16, 8);
-MEMBER(NPNetscapeFuncs, requestread, 24, 8);
-MEMBER(NPNetscapeFuncs, newstream, 32, 8);
-MEMBER(NPNetscapeFuncs, write, 40, 8);
-MEMBER(NPNetscapeFuncs, destroystream, 48, 8);
-MEMBER(NPNetscapeFuncs, status, 56, 8);
-MEMBER(NPNetscapeFuncs, uagent, 64, 8);
-MEMBER(NPNetscapeFuncs, memalloc, 72, 8);
-MEMBER(NPNetscapeFuncs, memfree, 80, 8);
-MEMBER(NPNetscapeFuncs, memflush, 88, 8);
-MEMBER(NPNetscapeFuncs, reloadplugins, 96, 8);
-MEMBER(NPNetscapeFuncs, getJavaEnv, 104, 8);
-MEMBER(NPNetscapeFuncs, getJavaPeer, 112, 8);
-MEMBER(NPNetscapeFuncs, geturlnotify, 120, 8);
-MEMBER(NPNetscapeFuncs, posturlnotify, 128, 8);
-MEMBER(NPNetscapeFuncs, getvalue, 136, 8);
-MEMBER(NPNetscapeFuncs, setvalue, 144, 8);
-MEMBER(NPNetscapeFuncs, invalidaterect, 152, 8);
-MEMBER(NPNetscapeFuncs, invalidateregion, 160, 8);
-MEMBER(NPNetscapeFuncs, forceredraw, 168, 8);
-MEMBER(NPNetscapeFuncs, getstringidentifier, 176, 8);
-MEMBER(NPNetscapeFuncs, getstringidentifiers, 184, 8);
-MEMBER(NPNetscapeFuncs, getintidentifier, 192, 8);
-MEMBER(NPNetscapeFuncs, identifierisstring, 200, 8);
-MEMBER(NPNetscapeFuncs, utf8fromidentifier, 208, 8);
-MEMBER(NPNetscapeFuncs, intfromidentifier, 216, 8);
-MEMBER(NPNetscapeFuncs, createobject, 224, 8);
-MEMBER(NPNetscapeFuncs, retainobject, 232, 8);
-MEMBER(NPNetscapeFuncs, releaseobject, 240, 8);
-MEMBER(NPNetscapeFuncs, invoke, 248, 8);
-MEMBER(NPNetscapeFuncs, invokeDefault, 256, 8);
-MEMBER(NPNetscapeFuncs, evaluate, 264, 8);
-MEMBER(NPNetscapeFuncs, getproperty, 272, 8);
-MEMBER(NPNetscapeFuncs, setproperty, 280, 8);
-MEMBER(NPNetscapeFuncs, removeproperty, 288, 8);
-MEMBER(NPNetscapeFuncs, hasproperty, 296, 8);
-MEMBER(NPNetscapeFuncs, hasmethod, 304, 8);
-MEMBER(NPNetscapeFuncs, releasevariantvalue, 312, 8);
-MEMBER(NPNetscapeFuncs, setexception, 320, 8);
-MEMBER(NPNetscapeFuncs, pushpopupsenabledstate, 328, 8);
-MEMBER(NPNetscapeFuncs, poppopupsenabledstate, 336, 8);
-MEMBER(NPNetscapeFuncs, enumerate, 344, 8);
-MEMBER(NPNetscapeFuncs, pluginthreadasynccall, 352, 8);
-MEMBER(NPNetscapeFuncs, construct, 360, 8);
-MEMBER(NPNetscapeFuncs, getvalueforurl, 368, 8);
-MEMBER(NPNetscapeFuncs, setvalueforurl, 376, 8);
-MEMBER(NPNetscapeFuncs, getauthenticationinfo, 384, 8);
-MEMBER(NPNetscapeFuncs, scheduletimer, 392, 8);
-MEMBER(NPNetscapeFuncs, unscheduletimer, 400, 8);
-MEMBER(NPNetscapeFuncs, popupcontextmenu, 408, 8);
-MEMBER(NPNetscapeFuncs, convertpoint, 416, 8);
-MEMBER(NPNetscapeFuncs, handleevent, 424, 8);
-MEMBER(NPNetscapeFuncs, unfocusinstance, 432, 8);
-MEMBER(NPNetscapeFuncs, urlredirectresponse, 440, 8);
-MEMBER(NPNetscapeFuncs, initasyncsurface, 448, 8);
-MEMBER(NPNetscapeFuncs, finalizeasyncsurface, 456, 8);
-MEMBER(NPNetscapeFuncs, setcurrentasyncsurface, 464, 8);
 
 RECORD(NPPluginFuncs, 168, 8);
-MEMBER(NPPluginFuncs, size, 0, 2);
-MEMBER(NPPluginFuncs, version, 2, 2);
-MEMBER(NPPluginFuncs, newp, 8, 8);
-MEMBER(NPPluginFuncs, destroy, 16, 8);
-MEMBER(NPPluginFuncs, setwindow, 24, 8);
-MEMBER(NPPluginFuncs, newstream, 32, 8);
-MEMBER(NPPluginFuncs, destroystream, 40, 8);
-MEMBER(NPPluginFuncs, asfile, 48, 8);
-MEMBER(NPPluginFuncs, writeready, 56, 8);
-MEMBER(NPPluginFuncs, write, 64, 8);
-MEMBER(NPPluginFuncs, print, 72, 8);
-MEMBER(NPPluginFuncs, event, 80, 8);
-MEMBER(NPPluginFuncs, urlnotify, 88, 8);
-MEMBER(NPPluginFuncs, javaClass, 96, 8);
-MEMBER(NPPluginFuncs, getvalue, 104, 8);
-MEMBER(NPPluginFuncs, setvalue, 112, 8);
-MEMBER(NPPluginFuncs, gotfocus, 120, 8);
-MEMBER(NPPluginFuncs, lostfocus, 128, 8);
-MEMBER(NPPluginFuncs, urlredirectnotify, 136, 8);
-MEMBER(NPPluginFuncs, clearsitedata, 144, 8);
-MEMBER(NPPluginFuncs, getsiteswithdata, 152, 8);
-MEMBER(NPPluginFuncs, didComposite, 160, 8);
 
 RECORD(NPClass, 104, 8);
 MEMBER(NPClass, structVersion, 0, 4);
@@ -321,99 +240,101 @@ VALUE(NP_SETWINDOW, 1);
 
 VALUE(NP_PRINT, 2);
 
-ENTRY(NPNetscapeFuncs, size, uint16_t);
-ENTRY(NPNetscapeFuncs, version, uint16_t);
-ENTRY(NPNetscapeFuncs, geturl, NPError (*)(NPP, const char*, const char*));
-ENTRY(NPNetscapeFuncs, posturl,
+ENTRY(NPNetscapeFuncs, size, 0, uint16_t);
+ENTRY(NPNetscapeFuncs, version, 2, uint16_t);
+ENTRY(NPNetscapeFuncs, geturl, 8, NPError (*)(NPP, const char*, const char*));
+ENTRY(NPNetscapeFuncs, posturl, 16,
       NPError (*)(NPP, const char*, const char*, uint32_t, const char*, NPBool));
-ENTRY(NPNetscapeFuncs, requestread, NPError (*)(NPStream*, NPByteRange*));
-ENTRY(NPNetscapeFuncs, newstream, NPError (*)(NPP, NPMIMEType, const char*, NPStream**));
-ENTRY(NPNetscapeFuncs, write, int32_t (*)(NPP, NPStream*, int32_t, void*));
-ENTRY(NPNetscapeFuncs, destroystream, NPError (*)(NPP, NPStream*, NPReason));
-ENTRY(NPNetscapeFuncs, status, void (*)(NPP, const char*));
-ENTRY(NPNetscapeFuncs, uagent, const char* (*)(NPP));
-ENTRY(NPNetscapeFuncs, memalloc, void* (*)(uint32_t));
-ENTRY(NPNetscapeFuncs, memfree, void (*)(void*));
-ENTRY(NPNetscapeFuncs, memflush, uint32_t (*)(uint32_t));
-ENTRY(NPNetscapeFuncs, reloadplugins, void (*)(NPBool));
-ENTRY(NPNetscapeFuncs, getJavaEnv, void* (*)());
-ENTRY(NPNetscapeFuncs, getJavaPeer, void* (*)(NPP));
-ENTRY(NPNetscapeFuncs, geturlnotify, NPError (*)(NPP, const char*, const char*, void*));
-ENTRY(NPNetscapeFuncs, posturlnotify,
+ENTRY(NPNetscapeFuncs, requestread, 24, NPError (*)(NPStream*, NPByteRange*));
+ENTRY(NPNetscapeFuncs, newstream, 32, NPError (*)(NPP, NPMIMEType, const char*, NPStream**));
+ENTRY(NPNetscapeFuncs, write, 40, int32_t (*)(NPP, NPStream*, int32_t, void*));
+ENTRY(NPNetscapeFuncs, destroystream, 48, NPError (*)(NPP, NPStream*, NPReason));
+ENTRY(NPNetscapeFuncs, status, 56, void (*)(NPP, const char*));
+ENTRY(NPNetscapeFuncs, uagent, 64, const char* (*)(NPP));
+ENTRY(NPNetscapeFuncs, memalloc, 72, void* (*)(uint32_t));
+ENTRY(NPNetscapeFuncs, memfree, 80, void (*)(void*));
+ENTRY(NPNetscapeFuncs, memflush, 88, uint32_t (*)(uint32_t));
+ENTRY(NPNetscapeFuncs, reloadplugins, 96, void (*)(NPBool));
+ENTRY(NPNetscapeFuncs, getJavaEnv, 104, void* (*)());
+ENTRY(NPNetscapeFuncs, getJavaPeer, 112, void* (*)(NPP));
+ENTRY(NPNetscapeFuncs, geturlnotify, 120, NPError (*)(NPP, const char*, const char*, void*));
+ENTRY(NPNetscapeFuncs, posturlnotify, 128,
       NPError (*)(NPP, const char*, const char*, uint32_t, const char*, NPBool, void*));
-ENTRY(NPNetscapeFuncs, getvalue, NPError (*)(NPP, NPNVariable, void*));
-ENTRY(NPNetscapeFuncs, setvalue, NPError (*)(NPP, NPPVariable, void*));
-ENTRY(NPNetscapeFuncs, invalidaterect, void (*)(NPP, NPRect*));
-ENTRY(NPNetscapeFuncs, invalidateregion, void (*)(NPP, NPRegion));
-ENTRY(NPNetscapeFuncs, forceredraw, void (*)(NPP));
-ENTRY(NPNetscapeFuncs, getstringidentifier, NPIdentifier (*)(const NPUTF8*));
-ENTRY(NPNetscapeFuncs, getstringidentifiers, void (*)(const NPUTF8**, int32_t, NPIdentifier*));
-ENTRY(NPNetscapeFuncs, getintidentifier, NPIdentifier (*)(int32_t));
-ENTRY(NPNetscapeFuncs, identifierisstring, bool (*)(NPIdentifier));
-ENTRY(NPNetscapeFuncs, utf8fromidentifier, NPUTF8* (*)(NPIdentifier));
-ENTRY(NPNetscapeFuncs, intfromidentifier, int32_t (*)(NPIdentifier));
-ENTRY(NPNetscapeFuncs, createobject, NPObject* (*)(NPP, NPClass*));
-ENTRY(NPNetscapeFuncs, retainobject, NPObject* (*)(NPObject*));
-ENTRY(NPNetscapeFuncs, releaseobject, void (*)(NPObject*));
-ENTRY(NPNetscapeFuncs, invoke,
+ENTRY(NPNetscapeFuncs, getvalue, 136, NPError (*)(NPP, NPNVariable, void*));
+ENTRY(NPNetscapeFuncs, setvalue, 144, NPError (*)(NPP, NPPVariable, void*));
+ENTRY(NPNetscapeFuncs, invalidaterect, 152, void (*)(NPP, NPRect*));
+ENTRY(NPNetscapeFuncs, invalidateregion, 160, void (*)(NPP, NPRegion));
+ENTRY(NPNetscapeFuncs, forceredraw, 168, void (*)(NPP));
+ENTRY(NPNetscapeFuncs, getstringidentifier, 176, NPIdentifier (*)(const NPUTF8*));
+ENTRY(NPNetscapeFuncs, getstringidentifiers, 184, void (*)(const NPUTF8**, int32_t, NPIdentifier*));
+ENTRY(NPNetscapeFuncs, getintidentifier, 192, NPIdentifier (*)(int32_t));
+ENTRY(NPNetscapeFuncs, identifierisstring, 200, bool (*)(NPIdentifier));
+ENTRY(NPNetscapeFuncs, utf8fromidentifier, 208, NPUTF8* (*)(NPIdentifier));
+ENTRY(NPNetscapeFuncs, intfromidentifier, 216, int32_t (*)(NPIdentifier));
+ENTRY(NPNetscapeFuncs, createobject, 224, NPObject* (*)(NPP, NPClass*));
+ENTRY(NPNetscapeFuncs, retainobject, 232, NPObject* (*)(NPObject*));
+ENTRY(NPNetscapeFuncs, releaseobject, 240, void (*)(NPObject*));
+ENTRY(NPNetscapeFuncs, invoke, 248,
       bool (*)(NPP, NPObject*, NPIdentifier, const NPVariant*, uint32_t, NPVariant*));
-ENTRY(NPNetscapeFuncs, invokeDefault,
+ENTRY(NPNetscapeFuncs, invokeDefault, 256,
       bool (*)(NPP, NPObject*, const NPVariant*, uint32_t, NPVariant*));
-ENTRY(NPNetscapeFuncs, evaluate, bool (*)(NPP, NPObject*, NPString*, NPVariant*));
-ENTRY(NPNetscapeFuncs, getproperty, bool (*)(NPP, NPObject*, NPIdentifier, NPVariant*));
-ENTRY(NPNetscapeFuncs, setproperty, bool (*)(NPP, NPObject*, NPIdentifier, const NPVariant*));
-ENTRY(NPNetscapeFuncs, removeproperty, bool (*)(NPP, NPObject*, NPIdentifier));
-ENTRY(NPNetscapeFuncs, hasproperty, bool (*)(NPP, NPObject*, NPIdentifier));
-ENTRY(NPNetscapeFuncs, hasmethod, bool (*)(NPP, NPObject*, NPIdentifier));
-ENTRY(NPNetscapeFuncs, releasevariantvalue, void (*)(NPVariant*));
-ENTRY(NPNetscapeFuncs, setexception, void (*)(NPObject*, const NPUTF8*));
-ENTRY(NPNetscapeFuncs, pushpopupsenabledstate, void (*)(NPP, NPBool));
-ENTRY(NPNetscapeFuncs, poppopupsenabledstate, void (*)(NPP));
-ENTRY(NPNetscapeFuncs, enumerate, bool (*)(NPP, NPObject*, NPIdentifier**, uint32_t*));
-ENTRY(NPNetscapeFuncs, pluginthreadasynccall, void (*)(NPP, void (*)(void*), void*));
-ENTRY(NPNetscapeFuncs, construct, bool (*)(NPP, NPObject*, const NPVariant*, uint32_t, NPVariant*));
-ENTRY(NPNetscapeFuncs, getvalueforurl,
+ENTRY(NPNetscapeFuncs, evaluate, 264, bool (*)(NPP, NPObject*, NPString*, NPVariant*));
+ENTRY(NPNetscapeFuncs, getproperty, 272, bool (*)(NPP, NPObject*, NPIdentifier, NPVariant*));
+ENTRY(NPNetscapeFuncs, setproperty, 280, bool (*)(NPP, NPObject*, NPIdentifier, const NPVariant*));
+ENTRY(NPNetscapeFuncs, removeproperty, 288, bool (*)(NPP, NPObject*, NPIdentifier));
+ENTRY(NPNetscapeFuncs, hasproperty, 296, bool (*)(NPP, NPObject*, NPIdentifier));
+ENTRY(NPNetscapeFuncs, hasmethod, 304, bool (*)(NPP, NPObject*, NPIdentifier));
+ENTRY(NPNetscapeFuncs, releasevariantvalue, 312, void (*)(NPVariant*));
+ENTRY(NPNetscapeFuncs, setexception, 320, void (*)(NPObject*, const NPUTF8*));
+ENTRY(NPNetscapeFuncs, pushpopupsenabledstate, 328, void (*)(NPP, NPBool));
+ENTRY(NPNetscapeFuncs, poppopupsenabledstate, 336, void (*)(NPP));
+ENTRY(NPNetscapeFuncs, enumerate, 344, bool (*)(NPP, NPObject*, NPIdentifier**, uint32_t*));
+ENTRY(NPNetscapeFuncs, pluginthreadasynccall, 352, void (*)(NPP, void (*)(void*), void*));
+ENTRY(NPNetscapeFuncs, construct, 360,
+      bool (*)(NPP, NPObject*, const NPVariant*, uint32_t, NPVariant*));
+ENTRY(NPNetscapeFuncs, getvalueforurl, 368,
       NPError (*)(NPP, NPNURLVariable, const char*, char**, uint32_t*));
-ENTRY(NPNetscapeFuncs, setvalueforurl,
+ENTRY(NPNetscapeFuncs, setvalueforurl, 376,
       NPError (*)(NPP, NPNURLVariable, const char*, const char*, uint32_t));
-ENTRY(NPNetscapeFuncs, getauthenticationinfo,
+ENTRY(NPNetscapeFuncs, getauthenticationinfo, 384,
       NPError (*)(NPP, const char*, const char*, int32_t, const char*, const char*, char**,
                   uint32_t*, char**, uint32_t*));
-ENTRY(NPNetscapeFuncs, scheduletimer, uint32_t (*)(NPP, uint32_t, NPBool, void (*)(NPP, uint32_t)));
-ENTRY(NPNetscapeFuncs, unscheduletimer, void (*)(NPP, uint32_t));
-ENTRY(NPNetscapeFuncs, popupcontextmenu, NPError (*)(NPP, NPMenu*));
-ENTRY(NPNetscapeFuncs, convertpoint,
+ENTRY(NPNetscapeFuncs, scheduletimer, 392,
+      uint32_t (*)(NPP, uint32_t, NPBool, void (*)(NPP, uint32_t)));
+ENTRY(NPNetscapeFuncs, unscheduletimer, 400, void (*)(NPP, uint32_t));
+ENTRY(NPNetscapeFuncs, popupcontextmenu, 408, NPError (*)(NPP, NPMenu*));
+ENTRY(NPNetscapeFuncs, convertpoint, 416,
       NPBool (*)(NPP, double, double, NPCoordinateSpace, double*, double*, NPCoordinateSpace));
-ENTRY(NPNetscapeFuncs, handleevent, NPBool (*)(NPP, void*, NPBool));
-ENTRY(NPNetscapeFuncs, unfocusinstance, NPBool (*)(NPP, NPFocusDirection));
-ENTRY(NPNetscapeFuncs, urlredirectresponse, void (*)(NPP, void*, NPBool));
-ENTRY(NPNetscapeFuncs, initasyncsurface,
+ENTRY(NPNetscapeFuncs, handleevent, 424, NPBool (*)(NPP, void*, NPBool));
+ENTRY(NPNetscapeFuncs, unfocusinstance, 432, NPBool (*)(NPP, NPFocusDirection));
+ENTRY(NPNetscapeFuncs, urlredirectresponse, 440, void (*)(NPP, void*, NPBool));
+ENTRY(NPNetscapeFuncs, initasyncsurface, 448,
       NPError (*)(NPP, NPSize*, NPImageFormat, void*, NPAsyncSurface*));
-ENTRY(NPNetscapeFuncs, finalizeasyncsurface, NPError (*)(NPP, NPAsyncSurface*));
-ENTRY(NPNetscapeFuncs, setcurrentasyncsurface, void (*)(NPP, NPAsyncSurface*, NPRect*));
-ENTRY(NPPluginFuncs, size, uint16_t);
-ENTRY(NPPluginFuncs, version, uint16_t);
-ENTRY(NPPluginFuncs, newp,
+ENTRY(NPNetscapeFuncs, finalizeasyncsurface, 456, NPError (*)(NPP, NPAsyncSurface*));
+ENTRY(NPNetscapeFuncs, setcurrentasyncsurface, 464, void (*)(NPP, NPAsyncSurface*, NPRect*));
+ENTRY(NPPluginFuncs, size, 0, uint16_t);
+ENTRY(NPPluginFuncs, version, 2, uint16_t);
+ENTRY(NPPluginFuncs, newp, 8,
       NPError (*)(NPMIMEType, NPP, uint16_t, int16_t, char**, char**, NPSavedData*));
-ENTRY(NPPluginFuncs, destroy, NPError (*)(NPP, NPSavedData**));
-ENTRY(NPPluginFuncs, setwindow, NPError (*)(NPP, NPWindow*));
-ENTRY(NPPluginFuncs, newstream, NPError (*)(NPP, NPMIMEType, NPStream*, NPBool, uint16_t*));
-ENTRY(NPPluginFuncs, destroystream, NPError (*)(NPP, NPStream*, NPReason));
-ENTRY(NPPluginFuncs, asfile, void (*)(NPP, NPStream*, const char*));
-ENTRY(NPPluginFuncs, writeready, int32_t (*)(NPP, NPStream*));
-ENTRY(NPPluginFuncs, write, int32_t (*)(NPP, NPStream*, int32_t, int32_t, void*));
-ENTRY(NPPluginFuncs, print, void (*)(NPP, NPPrint*));
-ENTRY(NPPluginFuncs, event, int16_t (*)(NPP, void*));
-ENTRY(NPPluginFuncs, urlnotify, void (*)(NPP, const char*, NPReason, void*));
-ENTRY(NPPluginFuncs, javaClass, void*);
-ENTRY(NPPluginFuncs, getvalue, NPError (*)(NPP, NPPVariable, void*));
-ENTRY(NPPluginFuncs, setvalue, NPError (*)(NPP, NPNVariable, void*));
-ENTRY(NPPluginFuncs, gotfocus, NPBool (*)(NPP, NPFocusDirection));
-ENTRY(NPPluginFuncs, lostfocus, void (*)(NPP));
-ENTRY(NPPluginFuncs, urlredirectnotify, void (*)(NPP, const char*, int32_t, void*));
-ENTRY(NPPluginFuncs, clearsitedata, NPError (*)(const char*, uint64_t, uint64_t));
-ENTRY(NPPluginFuncs, getsiteswithdata, char** (*)());
-ENTRY(NPPluginFuncs, didComposite, void (*)(NPP));
+ENTRY(NPPluginFuncs, destroy, 16, NPError (*)(NPP, NPSavedData**));
+ENTRY(NPPluginFuncs, setwindow, 24, NPError (*)(NPP, NPWindow*));
+ENTRY(NPPluginFuncs, newstream, 32, NPError (*)(NPP, NPMIMEType, NPStream*, NPBool, uint16_t*));
+ENTRY(NPPluginFuncs, destroystream, 40, NPError (*)(NPP, NPStream*, NPReason));
+ENTRY(NPPluginFuncs, asfile, 48, void (*)(NPP, NPStream*, const char*));
+ENTRY(NPPluginFuncs, writeready, 56, int32_t (*)(NPP, NPStream*));
+ENTRY(NPPluginFuncs, write, 64, int32_t (*)(NPP, NPStream*, int32_t, int32_t, void*));
+ENTRY(NPPluginFuncs, print, 72, void (*)(NPP, NPPrint*));
+ENTRY(NPPluginFuncs, event, 80, int16_t (*)(NPP, void*));
+ENTRY(NPPluginFuncs, urlnotify, 88, void (*)(NPP, const char*, NPReason, void*));
+ENTRY(NPPluginFuncs, javaClass, 96, void*);
+ENTRY(NPPluginFuncs, getvalue, 104, NPError (*)(NPP, NPPVariable, void*));
+ENTRY(NPPluginFuncs, setvalue, 112, NPError (*)(NPP, NPNVariable, void*));
+ENTRY(NPPluginFuncs, gotfocus, 120, NPBool (*)(NPP, NPFocusDirection));
+ENTRY(NPPluginFuncs, lostfocus, 128, void (*)(NPP));
+ENTRY(NPPluginFuncs, urlredirectnotify, 136, void (*)(NPP, const char*, int32_t, void*));
+ENTRY(NPPluginFuncs, clearsitedata, 144, NPError (*)(const char*, uint64_t, uint64_t));
+ENTRY(NPPluginFuncs, getsiteswithdata, 152, char** (*)());
+ENTRY(NPPluginFuncs, didComposite, 160, void (*)(NPP));
 
 TEST(NpapiHeaders, valueHelpersStoreTheTypeAndTheValue) {
   NPObject object = {};

@@ -1,15 +1,19 @@
 // Drop zone: one area uploads what is dropped on it, the other reports it to the page; then the user
 // says in a save dialog where one download may go.
 //
-//   orvane-page-host --window --keep-open --param drop-mode=upload --param drop-allow-multiple=true
+//   orvane-page-host --fail-fast --window --keep-open
+//                    --param drop-mode=upload --param drop-allow-multiple=true
 //                    --param drop-upload-url=file:///home/me/received/ --param image=file:///srv/drop.png
 //                    --arg source=http://127.0.0.1:8000/report.pdf examples/drop-zone.js
 //
 // In a browser, both areas would be embed elements.
 
 const { source } = page.args;
+if (!source || !page.hasWindow) {
+  throw new Error('this page needs --window and --arg source=ADDRESS');
+}
 const completed = new Set();
-let dropsToCome = 2;
+const dropsToCome = new Set(['upload', 'report']);
 
 // The second area only tells the page what was dropped.
 const observed = createPlugin({ 'drop-mode': 'callback', 'drop-allow-multiple': 'true',
@@ -34,7 +38,7 @@ function showProgress(transfer) {
     completed.add(transfer.id);
     console.log(`${arrow} ${nameOf(transfer)} is complete.`);
     if (transfer.direction === 'send') {
-      dropSeen();
+      dropSeen('upload');
     } else {
       downloadComplete();
     }
@@ -44,9 +48,8 @@ function showProgress(transfer) {
   }
 }
 
-function dropSeen() {
-  dropsToCome -= 1;
-  if (dropsToCome === 0) {
+function dropSeen(kind) {
+  if (dropsToCome.delete(kind) && dropsToCome.size === 0) {
     console.log('Both drops are done. Where may the download go?');
     plugin.runSaveFileDialogAsync('Save the report', source.slice(source.lastIndexOf('/') + 1), '', saveTo);
   }
@@ -96,7 +99,7 @@ plugin.eventHandler = (type, data) => {
 observed.dropObserver = {
   onDrop(paths) {
     console.log(`Dropped on the second area: ${paths}`);
-    dropSeen();
+    dropSeen('report');
   },
 };
 console.log('Drop a file on the first area: it is uploaded.');

@@ -1,12 +1,18 @@
 // First steps: a session, requests passed through to Orvane Pellion, a download and an upload.
 //
-//   orvane-page-host --arg source=http://127.0.0.1:8000/picture.jpg --arg original=/srv/picture.jpg
+//   orvane-page-host --fail-fast
+//                    --arg source=http://127.0.0.1:8000/picture.jpg --arg original=/srv/picture.jpg
 //                    --arg downloads=/home/me/Downloads --arg upload=/home/me/notes.txt
 //                    --arg target=/home/me/received/ examples/first-steps.js
 //
 // In a browser, `plugin` would be document.getElementById('plugin') and `quit` would not be needed.
 
 const { source, original, downloads, upload, target } = page.args;
+for (const name of ['source', 'original', 'downloads', 'upload', 'target']) {
+  if (!page.args[name]) {
+    throw new Error(`--arg ${name}=... is missing`);
+  }
+}
 let step = 0;
 
 function say(text) {
@@ -27,7 +33,7 @@ function request(method, path, body) {
 function openSession() {
   const session = JSON.parse(plugin.initSession('first-steps', 'example.org'));
   check(!session.error, `no session: ${session.error && session.error.user_message}`);
-  say(`Session opened for "${session.app_id}". Orvane Pellion was not running: the plugin launched it.`);
+  say(`Session opened for "${session.app_id}". Orvane Pellion runs; the plugin launches it where it does not.`);
 }
 
 function showVersions() {
@@ -96,7 +102,7 @@ async function main() {
   const earlier = transfersSoFar().map((transfer) => transfer.id);
   startTransfers();
   compareBytes(await transfersEnded(earlier));
-  console.log('Proved: a page script drove the module, the module launched the application, and real bytes moved.');
+  console.log('Proved: a page script drove the module, the module spoke with the application, and real bytes moved.');
   quit(0);
 }
 

@@ -1,13 +1,18 @@
 // Transfers with progress: downloads several files, draws a bar for each from the plugin's events, and
 // goes on when Orvane Pellion ends in the middle and comes back on another port.
 //
-//   orvane-page-host --arg sources=http://127.0.0.1:8000/a.bin,http://127.0.0.1:8000/b.bin
+//   orvane-page-host --fail-fast
+//                    --arg sources=http://127.0.0.1:8000/a.bin,http://127.0.0.1:8000/b.bin
 //                    [--arg interrupt=no] examples/transfers.js
 //
 // In a browser, `plugin` would be document.getElementById('plugin').
 
 const kBarWidth = 24;
 const kRunning = ['initiating', 'running'];
+
+if (!page.args.sources) {
+  throw new Error('--arg sources=ADDRESS,ADDRESS... is missing');
+}
 
 // One for each file that the page wants, whatever becomes of the transfers that bring it.
 const jobs = page.args.sources.split(',').map((source) => ({
@@ -23,6 +28,9 @@ let drawnLines = 0;
 function request(method, path, body) {
   return JSON.parse(plugin.pellionHttpRequest(method, path, JSON.stringify(body || {})));
 }
+
+// What the application did before this page is not this page's business.
+const earlier = request('POST', '/v4/transfers/activity').transfers.map((transfer) => transfer.id);
 
 function start(job) {
   job.attempts += 1;
@@ -117,10 +125,16 @@ function reportTable() {
   }
 }
 
+// The job that a transfer works for. A local source stands in the report as its path.
+function jobOf(transfer) {
+  return transfer.files.length === 0 || earlier.includes(transfer.id) ? undefined
+    : jobs.find((job) => job.source.replace('file://', '') ===
+                         transfer.files[0].source.replace('file://', ''));
+}
+
 function onTransfer(activity) {
   for (const transfer of activity.transfers) {
-    const job = jobs.find((candidate) => transfer.files.length > 0 &&
-                                         transfer.files[0].source === candidate.source);
+    const job = jobOf(transfer);
     if (job && !isDone(job) && transfer.status !== 'cancelled') {
       job.transfer = transfer;
       if (transfer.status === 'failed') {

@@ -6,6 +6,14 @@
 
 namespace Pellion::Web {
 
+enum DIALOG_STATE {
+  DIALOG_STATE_ABORT = 0,
+  DIALOG_STATE_CANCEL = 1,
+  DIALOG_STATE_OK = 2,
+  DIALOG_STATE_OPEN = 3,
+  DIALOG_STATE_UNOPENED = 4
+};
+
 // Puts one native chooser on the screen and returns what the user picked. Main thread only, but for
 // close().
 class IDialogImpl {
@@ -28,7 +36,7 @@ class IDialogImpl {
   virtual std::vector<std::string> doShow() = 0;
 
  private:
-  int _state = 4;
+  int _state = DIALOG_STATE_UNOPENED;
   int _timeout = 0;
 };
 

@@ -16,10 +16,10 @@ namespace {
 // to it stay good. Never destroyed: a thread may ask while the process exits.
 struct Caches {
   std::mutex mutex;
-  std::string appDataPath;
-  std::string pellionAppDataPath;
-  std::string logPath;
-  std::string pluginPath;
+  std::string _appDataPath;
+  std::string _pellionAppDataPath;
+  std::string _logPath;
+  std::string _pluginPath;
 };
 
 Caches& caches() {
@@ -53,7 +53,7 @@ std::string homeDirectoryWithSlash() {
 }  // namespace
 
 const std::string& FileSystem::appDataPath() {
-  std::string& cache = caches().appDataPath;
+  std::string& cache = caches()._appDataPath;
   if (isEmpty(cache) && fill(cache, homeDirectoryWithSlash())) {
     ov_log("Application data directory: %s", cache.c_str());
   }
@@ -61,7 +61,7 @@ const std::string& FileSystem::appDataPath() {
 }
 
 const std::string& FileSystem::pellionAppDataPath() {
-  std::string& cache = caches().pellionAppDataPath;
+  std::string& cache = caches()._pellionAppDataPath;
   if (isEmpty(cache)) {
     fill(cache, appDataPath() + ".orvane/pellion");
   }
@@ -69,7 +69,7 @@ const std::string& FileSystem::pellionAppDataPath() {
 }
 
 const std::string& FileSystem::logPath() {
-  std::string& cache = caches().logPath;
+  std::string& cache = caches()._logPath;
   if (isEmpty(cache)) {
     fill(cache, pellionAppDataPath() + "/var/log/orvane-pellion-browser-plugin.log");
   }
@@ -77,7 +77,7 @@ const std::string& FileSystem::logPath() {
 }
 
 const std::string& FileSystem::pluginPath() {
-  const std::string& cache = caches().pluginPath;
+  const std::string& cache = caches()._pluginPath;
   // Deliberate: nothing ever fills this path, so every call writes the line.
   if (isEmpty(cache)) {
     ov_log("Browser plugin directory: %s", cache.c_str());

@@ -38,9 +38,9 @@ constexpr unsigned short kNotFound = 404;
 // Never destroyed: a thread may ask while the process exits.
 struct State {
   std::mutex mutex;
-  Url appUrl;
-  std::string binPath;
-  int launchTimeoutMs = kDefaultLaunchTimeoutMs;
+  Url _appUrl;
+  std::string _binPath;
+  int _launchTimeoutMs = kDefaultLaunchTimeoutMs;
 };
 
 State& state() {
@@ -171,19 +171,19 @@ bool killApplication() {
 }  // namespace
 
 Url PellionApp::url() {
-  Url url = get(&State::appUrl);
+  Url url = get(&State::_appUrl);
   if (!url.valid()) {
     url = readUrl();
-    replace(&State::appUrl, url);
+    replace(&State::_appUrl, url);
   }
   return url;
 }
 
 std::string PellionApp::binPath() {
-  std::string path = get(&State::binPath);
+  std::string path = get(&State::_binPath);
   if (path.empty()) {
     path = findExecutable();
-    replace(&State::binPath, path);
+    replace(&State::_binPath, path);
   }
   return path;
 }
@@ -200,7 +200,7 @@ bool PellionApp::isRunning() {
     if (response) {
       return true;
     }
-    const unsigned short port = replace(&State::appUrl, Url()).port(0);
+    const unsigned short port = replace(&State::_appUrl, Url()).port(0);
     const Url moved = url();
     if (!moved.valid() || moved.port(0) == port) {
       return false;
@@ -221,14 +221,14 @@ bool PellionApp::launch() {
   if (!process.start(command)) {
     return false;
   }
-  const int timeoutMs = get(&State::launchTimeoutMs);
+  const int timeoutMs = get(&State::_launchTimeoutMs);
   ov_log("Waiting %dms for Orvane Pellion to launch", timeoutMs);
-  replace(&State::appUrl, Url());
+  replace(&State::_appUrl, Url());
   return waitForAnswer(&process, timeoutMs);
 }
 
 void PellionApp::setLaunchTimeoutMs(int milliseconds) {
-  replace(&State::launchTimeoutMs, milliseconds);
+  replace(&State::_launchTimeoutMs, milliseconds);
 }
 
 int PellionApp::pid() {

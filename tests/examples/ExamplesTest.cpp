@@ -95,6 +95,21 @@ TEST_F(Examples, transfersGoOnWhenTheApplicationEndsInTheMiddle) {
       << result.out;
 }
 
+// A second run finds an application that knows the transfers of the first.
+TEST_F(Examples, transfersAreToldFromEarlierOnesAndMayBeLocal) {
+  const std::string address = serveFile("remote.bin", 200000);
+  const std::string local = "file://" + path("web/remote.bin");
+  for (const std::string& source : {address, local}) {
+    const auto result =
+        runExample("transfers.js", {"--arg", "sources=" + source, "--arg", "interrupt=no"});
+    EXPECT_EQ(result.code, 0) << result.out << result.err;
+    EXPECT_NE(result.out.find(path("Downloads/remote") + (source == local ? " (2).bin" : ".bin")),
+              std::string::npos)
+        << result.out;
+  }
+  EXPECT_NE(runExample("transfers.js", {}).err.find("--arg sources=ADDRESS"), std::string::npos);
+}
+
 TEST_F(Examples, firstStepsFailLoudlyWhenTheBytesDiffer) {
   test_support::writeFile(path("notes.txt"), "notes");
   fs::create_directory(path("received"));

@@ -86,6 +86,13 @@ TEST_F(SimulatorRuntime, exitsOnRequestInTheMiddleOfTransfers) {
   EXPECT_THAT(ownLog(), HasSubstr(": cancelled\n"));
 }
 
+TEST_F(SimulatorRuntime, takesARequestThatAnnouncesNoBodyAsOneWithout) {
+  const auto simulator = start();
+  EXPECT_THAT(exchange("PUT /v4/pellion/version HTTP/1.1\r\n\r\n"), HasSubstr(" 405 "));
+  EXPECT_THAT(exchange("POST /v4/pellion/exit HTTP/1.1\r\n\r\n"), HasSubstr("{\"exiting\":true}"));
+  EXPECT_EQ(simulator->wait(), 0);
+}
+
 TEST_F(SimulatorRuntime, checksItsCommandLine) {
   const auto first = start();
   const std::string usedPort = std::to_string(port());

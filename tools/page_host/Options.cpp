@@ -23,7 +23,8 @@ runs the script with that instance's script object as `plugin`.
   --hostname NAME       the page's host name, for window.location (default: none, a local file)
   --user-agent TEXT     what the browser calls itself
   --arg NAME=VALUE      page.args.NAME for the script (repeatable)
-  --timeout SECONDS     ends a page that is still running then, whatever it does (exit code 124)
+  --timeout SECONDS     ends a page that is still running then, whatever it does (exit code 124);
+                        it has 2 seconds more to end in order
   --fail-fast           ends the page at its first uncaught exception
   --window              shows a window: the plugin's area, progress bars and the page's output
   --width N --height N  size of the plugin's area (default 480 by 200)

@@ -81,6 +81,14 @@ void ApiServer::configure() {
   const httplib::Server::Handler handler = [this](const auto& request, auto& response) {
     handle(request, response);
   };
+  // The library would wait for the body of a request that announces none.
+  _server.set_pre_routing_handler([handler](const auto& request, auto& response) {
+    if (request.has_header("Content-Length") || request.has_header("Transfer-Encoding")) {
+      return httplib::Server::HandlerResponse::Unhandled;
+    }
+    handler(request, response);
+    return httplib::Server::HandlerResponse::Handled;
+  });
   const char anyPath[] = "[\\s\\S]*";
   _server.Get(anyPath, handler).Post(anyPath, handler).Put(anyPath, handler);
   _server.Patch(anyPath, handler).Delete(anyPath, handler).Options(anyPath, handler);

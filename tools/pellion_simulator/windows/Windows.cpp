@@ -2,6 +2,8 @@
 
 #include <gtk/gtk.h>
 
+#include <mutex>
+
 #include "tools/pellion_simulator/Log.h"
 #include "tools/pellion_simulator/windows/AboutWindow.h"
 #include "tools/pellion_simulator/windows/AppIcon.h"
@@ -30,8 +32,10 @@ Windows::~Windows() {
 
 bool Windows::prepareDisplay() {
   if (!_prepared) {
-    // Else GTK would change how numbers are written.
-    gtk_disable_setlocale();
+    // Else GTK would change how numbers are written. It takes this word only before its first
+    // start.
+    static std::once_flag localeLeftAlone;
+    std::call_once(localeLeftAlone, gtk_disable_setlocale);
     _prepared = gtk_init_check(nullptr, nullptr);
     if (_prepared) {
       setDefaultWindowIcon();

@@ -15,8 +15,10 @@ fail() {
 packages='g++ cmake ninja-build pkg-config libgtk2.0-dev libgdk-pixbuf2.0-bin libyajl-dev
   libjavascriptcoregtk-4.1-dev libcurl4-openssl-dev libcpp-httplib-dev libpugixml-dev
   libgtest-dev libgmock-dev xvfb xauth xdotool x11-utils imagemagick dbus-x11
-  fonts-dejavu-core python3 libqt5webkit5-dev qutebrowser qutebrowser-qtwebkit
-  python3-pyqt5.qtwebkit'
+  fonts-dejavu-core python3'
+
+# Besides these, for the tests in a real browser engine.
+engine_packages='libqt5webkit5-dev qutebrowser qutebrowser-qtwebkit python3-pyqt5.qtwebkit'
 
 as_root() {
   if [ "$(id -u)" -eq 0 ]; then

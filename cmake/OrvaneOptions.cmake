@@ -24,8 +24,16 @@ endif()
 if(ORVANE_SANITIZE)
   # With the checks in between, g++ 12 takes parts of a std::variant for uninitialised.
   add_compile_options(-fsanitize=${ORVANE_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all
-                      -Wno-maybe-uninitialized)
+                      $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>)
   add_link_options(-fsanitize=${ORVANE_SANITIZE})
+endif()
+if(ORVANE_COVERAGE)
+  # Threads count at once.
+  add_compile_options(--coverage -fprofile-update=atomic -fprofile-abs-path)
+  add_link_options(--coverage)
+endif()
+if(ORVANE_FUZZ)
+  add_compile_options(-fsanitize=fuzzer-no-link)
 endif()
 
 # Every room includes by the path from the top of the house: "ovlib/ovlog.h".

@@ -34,7 +34,7 @@ struct NPSavedData {
   void* buf;
 };
 
-enum NPWindowType { NPWindowTypeWindow = 1, NPWindowTypeDrawable };
+enum NPWindowType : uint32_t { NPWindowTypeWindow = 1, NPWindowTypeDrawable };
 
 // On Linux `window` is an X window's number, and `ws_info` an NPSetWindowCallbackStruct or null.
 struct NPWindow {
@@ -78,7 +78,7 @@ constexpr int NP_ABI_GCC3_MASK = 0x10000000;
 constexpr int NP_ABI_MASK = NP_ABI_GCC3_MASK;
 
 // What a browser answers about itself.
-enum NPNVariable {
+enum NPNVariable : uint32_t {
   NPNVxDisplay = 1,
   NPNVxtAppContext = 2,
   NPNVnetscapeWindow = 3,
@@ -103,7 +103,7 @@ enum NPNVariable {
 };
 
 // What a plugin answers about itself.
-enum NPPVariable {
+enum NPPVariable : uint32_t {
   NPPVpluginNameString = 1,
   NPPVpluginDescriptionString = 2,
   NPPVpluginWindowBool = 3,
@@ -128,7 +128,7 @@ enum NPPVariable {
   NPPVpluginIsPlayingAudio = 4000
 };
 
-enum NPNToolkitType { NPNVGtk12 = 1, NPNVGtk2 };
-enum NPNURLVariable { NPNURLVCookie = 501, NPNURLVProxy };
+enum NPNToolkitType : uint32_t { NPNVGtk12 = 1, NPNVGtk2 };
+enum NPNURLVariable : uint32_t { NPNURLVCookie = 501, NPNURLVProxy };
 
 #endif  // NPAPI_NPAPI_H_

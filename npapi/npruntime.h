@@ -24,7 +24,8 @@ struct NPObject {
   uint32_t referenceCount;
 };
 
-enum NPVariantType {
+// The type is fixed, so that a tag which only the browser knows is a value as well.
+enum NPVariantType : uint32_t {
   NPVariantType_Void,
   NPVariantType_Null,
   NPVariantType_Bool,

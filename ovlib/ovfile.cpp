@@ -75,7 +75,8 @@ int ov_file_openread(ov_file_t* file, const char* path) {
 }
 
 int ov_file_openappend(ov_file_t* file, const char* path, unsigned mode) {
-  return openFile(file, path, O_WRONLY | O_CREAT | O_APPEND, mode);
+  // A pipe that nobody reads is an error, instead of a wait for its reader.
+  return openFile(file, path, O_WRONLY | O_CREAT | O_APPEND | O_NONBLOCK, mode);
 }
 
 int ov_file_read(ov_file_t file, void* buffer, size_t size, size_t* count) {
@@ -142,6 +143,23 @@ int ov_file_fstat(ov_file_t file, ov_file_status* status) {
   }
   fillStatus(found, status);
   return OV_OK;
+}
+
+int ov_file_size(ov_file_t file, uint64_t* size) {
+  if (size == nullptr) {
+    return OV_EINVAL;
+  }
+  const off_t end = lseek(file, 0, SEEK_END);
+  if (end != -1) {
+    *size = static_cast<uint64_t>(end);
+    return OV_OK;
+  }
+  ov_file_status status = {};
+  const int result = ov_file_fstat(file, &status);
+  if (result == OV_OK) {
+    *size = status.size;
+  }
+  return result;
 }
 
 int ov_file_tounixpath(char* path) {

@@ -46,6 +46,9 @@ int ov_file_hardlink(const char* existing, const char* link_name);
 // Follows symbolic links.
 int ov_file_stat(const char* path, ov_file_status* status);
 int ov_file_fstat(ov_file_t file, ov_file_status* status);
+// The size alone, which costs much less on a file that is being written: asking for its times makes
+// the next write record them anew. Moves the position; what has none is asked for its status.
+int ov_file_size(ov_file_t file, uint64_t* size);
 // Turns every backslash into '/' in place. OV_EINVAL for null.
 int ov_file_tounixpath(char* path);
 

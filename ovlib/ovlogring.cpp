@@ -111,8 +111,8 @@ int currentDigit(const bool (&present)[kRingSize]) {
 
 // Deliberate: a file of exactly the limit is full when it is opened, but stays while it is open.
 bool hasRoom() {
-  ov_file_status status;
-  return ov_file_fstat(flog, &status) == OV_OK && status.size < max_logfile_size;
+  uint64_t size = 0;
+  return ov_file_size(flog, &size) == OV_OK && size < max_logfile_size;
 }
 
 // Opens the first file from `digit` on that has room. Each full one is passed over and the one
@@ -178,9 +178,9 @@ int rotateLocked() {
   if (flog == -1) {
     return ov_log_openfile();
   }
-  ov_file_status status;
-  const int result = ov_file_fstat(flog, &status);
-  if (result != OV_OK || status.size <= max_logfile_size) {
+  uint64_t size = 0;
+  const int result = ov_file_size(flog, &size);
+  if (result != OV_OK || size <= max_logfile_size) {
     return result;
   }
   ov_file_close(&flog);

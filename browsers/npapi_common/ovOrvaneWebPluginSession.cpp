@@ -14,7 +14,6 @@
 
 using Pellion::Web::HttpResponse;
 using Pellion::Web::Json;
-using Pellion::Web::PlugIn;
 
 namespace {
 

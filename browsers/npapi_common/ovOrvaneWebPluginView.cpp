@@ -50,7 +50,7 @@ bool ovOrvaneWebPlugin::setWindow(NPWindow* window, NPP instance) {
 }
 
 int16_t ovOrvaneWebPlugin::handleEvent(void* event) {
-  return _view && _cocoaEventsSupport ? _view->handleEvent(event) : 0;
+  return _view && _cocoaEventsSupport ? _view->handleEvent(event) : int16_t{0};
 }
 
 bool ovOrvaneWebPlugin::createStream(NPMIMEType /*type*/, NPStream* stream, NPBool /*seekable*/,

@@ -42,5 +42,5 @@ void ovOrvaneWebView::handleDrop() {
 }
 
 int16_t ovOrvaneWebView::handleEvent(void* event) {
-  return _impl ? _impl->handleEvent(event) : -1;
+  return _impl ? _impl->handleEvent(event) : int16_t{-1};
 }

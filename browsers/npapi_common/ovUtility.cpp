@@ -1,5 +1,6 @@
 #include "browsers/npapi_common/ovUtility.h"
 
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
@@ -68,15 +69,19 @@ std::string toText(const NPString* s) {
 }  // namespace
 
 void OW_CharPtrToNPStringVariant(const char* text, NPVariant* out) {
-  const auto length = static_cast<uint32_t>(text != nullptr ? std::strlen(text) : 0);
-  auto* characters =
-      static_cast<NPUTF8*>(text != nullptr ? g_NPNFuncs.memalloc(length + 1) : nullptr);
-  if (characters == nullptr) {
+  const size_t size = text != nullptr ? std::strlen(text) + 1 : 0;
+  // The browser counts in 32 bits.
+  void* memory =
+      size > 0 && size <= UINT32_MAX ? g_NPNFuncs.memalloc(static_cast<uint32_t>(size)) : nullptr;
+  if (memory == nullptr) {
+    if (size > 0) {
+      ov_err("The browser has no memory for a text of %zu bytes", size);
+    }
     STRINGN_TO_NPVARIANT(nullptr, 0, *out);
     return;
   }
-  std::memcpy(characters, text, length + 1);
-  STRINGN_TO_NPVARIANT(characters, length, *out);
+  std::memcpy(memory, text, size);
+  STRINGN_TO_NPVARIANT(static_cast<NPUTF8*>(memory), static_cast<uint32_t>(size - 1), *out);
 }
 
 char* OW_NPStringToCharPtr(const NPString* s) {

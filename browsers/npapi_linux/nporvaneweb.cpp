@@ -186,6 +186,7 @@ NPError OW_PopulateNetscapeFunctionTable(NPNetscapeFuncs* browserFuncs) {
   debugLine("OW_PopulateNetscapeFunctionTable()");
   // Deliberate: always the whole table, even when the browser declares a smaller one; its later
   // entries are then whatever follows it in memory.
+  // cppcheck-suppress pointerSize ; the size of the table, counted in entries
   std::memcpy(&g_NPNFuncs, browserFuncs, kBrowserTableWords * sizeof(void*));
   return NPERR_NO_ERROR;
 }

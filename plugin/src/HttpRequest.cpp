@@ -24,6 +24,10 @@ namespace {
 constexpr int kReceiveSize = 1024;
 // No log line holds more of a text than this, so no more of it is formatted.
 constexpr int kLoggedSize = 4096;
+// Room for an announced response of up to this many bytes is made at once.
+constexpr size_t kRoomOnTrust = 256 * 1024;
+// By how much the room for any other grows when it is full.
+constexpr size_t kRoomGrowth = 4;
 
 // A text in the response that is searched for until it is found, each byte once.
 struct Mark {
@@ -42,6 +46,7 @@ class ResponseReader {
 
  private:
   void append(std::string_view bytes);
+  size_t roomAfter(size_t size) const;
   bool isComplete();
   bool find(std::string_view what, Mark* mark) const;
   int readLength() const;
@@ -61,16 +66,22 @@ bool ResponseReader::take(const char* chunk) {
   return isComplete();
 }
 
-// Room grows with the bytes that are there, never by the announcement alone.
+// Beyond what is made on trust, room grows with the bytes that are there, never by the announcement
+// alone.
 void ResponseReader::append(std::string_view bytes) {
   const size_t size = _text.size() + bytes.size();
   if (size > _text.capacity()) {
     std::string grown;  // only an empty string takes the exact capacity
-    grown.reserve(std::max(size, std::min(2 * size, _expectedSize)));
+    grown.reserve(std::max(size, std::min(roomAfter(size), _expectedSize)));
     grown.append(_text);
     _text.swap(grown);
   }
   _text.append(bytes);
+}
+
+size_t ResponseReader::roomAfter(size_t size) const {
+  const size_t trusted = _expectedSize != std::string::npos ? kRoomOnTrust : 0;
+  return std::max(kRoomGrowth * size, trusted);
 }
 
 bool ResponseReader::isComplete() {

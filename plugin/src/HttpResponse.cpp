@@ -40,29 +40,38 @@ bool readStatusCode(std::string_view line, unsigned short* code) {
   return true;
 }
 
+// Judged before any header is kept: a block that never ends costs no memory of its own.
+bool isWholeBlock(std::string_view rest) {
+  std::string_view line;
+  while (takeLine(&rest, &line)) {
+    if (line.empty()) {
+      return true;
+    }
+    if (line.find(kNameEnd) == std::string_view::npos) {
+      return false;
+    }
+  }
+  return false;
+}
+
 }  // namespace
 
 HttpResponse* HttpResponse::parse(std::string text) {
   std::string_view rest = text;
   std::string_view line;
   auto response = std::make_unique<HttpResponse>();
-  if (!takeLine(&rest, &line) || !readStatusCode(line, &response->_statusCode)) {
+  if (!takeLine(&rest, &line) || !readStatusCode(line, &response->_statusCode) ||
+      !isWholeBlock(rest)) {
     return nullptr;
   }
-  while (takeLine(&rest, &line)) {
-    if (line.empty()) {
-      text.erase(0, text.size() - rest.size());
-      response->_data = std::move(text);
-      return response.release();
-    }
+  while (takeLine(&rest, &line) && !line.empty()) {
     const size_t nameEnd = line.find(kNameEnd);
-    if (nameEnd == std::string_view::npos) {
-      return nullptr;
-    }
     response->addHeader(std::string(line.substr(0, nameEnd)),
                         std::string(line.substr(nameEnd + kNameEnd.size())));
   }
-  return nullptr;
+  text.erase(0, text.size() - rest.size());
+  response->_data = std::move(text);
+  return response.release();
 }
 
 void HttpResponse::setData(std::string data) {

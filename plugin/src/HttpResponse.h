@@ -21,7 +21,7 @@ class HttpResponse {
 
   unsigned short statusCode() const { return _statusCode; }
   void setStatusCode(unsigned short statusCode) { _statusCode = statusCode; }
-  std::string data() const { return _data; }
+  const std::string& data() const { return _data; }
   void setData(std::string data);
   // Headers of the same name stand beside each other.
   void addHeader(const std::string& name, const std::string& value);

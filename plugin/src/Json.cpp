@@ -1,7 +1,8 @@
 #include "plugin/src/Json.h"
 
+#include <algorithm>
 #include <cstdio>
-#include <cstring>
+#include <string_view>
 
 #include "ovlib/ovlog.h"
 
@@ -11,45 +12,51 @@ namespace {
 
 constexpr int kMaxDepth = 10000;
 
-// Each of these is given the first character of what it skips and answers the last one, or the
-// terminator where the text ends before.
-const char* skipString(const char* text) {
-  ++text;
-  while (*(text += std::strcspn(text, "\"\\")) == '\\') {
-    text += text[1] != '\0' ? 2 : 1;
+// Each of these is given where something starts and answers where its last character stands, or a
+// place behind the text when it does not end.
+size_t endOfString(std::string_view text, size_t at) {
+  for (++at; at < text.size() && text[at] != '"'; ++at) {
+    if (text[at] == '\\') {
+      ++at;
+    }
   }
-  return text;
+  return at;
 }
 
-const char* skipComment(const char* text) {
-  if (text[1] == '/') {
-    return text + std::strcspn(text, "\n");
+size_t endOfComment(std::string_view text, size_t at) {
+  if (text.substr(at, 2) == "//") {
+    return std::min(text.find('\n', at), text.size());
   }
-  if (text[1] == '*') {
-    const char* end = std::strstr(text + 2, "*/");
-    return end != nullptr ? end + 1 : text + std::strlen(text);
+  if (text.substr(at, 2) == "/*") {
+    const size_t end = text.find("*/", at + 2);
+    return end != std::string_view::npos ? end + 1 : text.size();
   }
-  return text;
+  return at;
 }
 
 // The tree is freed level by level of the call stack, which a deeper document would exhaust.
-bool isTooDeep(const char* text) {
+bool isTooDeep(std::string_view text) {
   int depth = 0;
-  for (text += std::strcspn(text, "\"/[]{}"); *text != '\0';
-       text += std::strcspn(text, "\"/[]{}")) {
-    if (*text == '"') {
-      text = skipString(text);
-    } else if (*text == '/') {
-      text = skipComment(text);
-    } else if (*text == '[' || *text == '{') {
-      if (++depth > kMaxDepth) {
-        return true;
-      }
-    } else {
-      --depth;
-    }
-    if (*text != '\0') {
-      ++text;
+  for (size_t at = 0; at < text.size(); ++at) {
+    switch (text[at]) {
+      case '"':
+        at = endOfString(text, at);
+        break;
+      case '/':
+        at = endOfComment(text, at);
+        break;
+      case '[':
+      case '{':
+        if (++depth > kMaxDepth) {
+          return true;
+        }
+        break;
+      case ']':
+      case '}':
+        --depth;
+        break;
+      default:
+        break;
     }
   }
   return false;

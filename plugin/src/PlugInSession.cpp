@@ -183,7 +183,7 @@ std::string PlugIn::queryPellionVersion() {
   if (!error.empty()) {
     return error;
   }
-  const std::string version = response->data();
+  const std::string& version = response->data();
   return version.empty() ? Json::createError(kErrorPellionVersion) : version;
 }
 

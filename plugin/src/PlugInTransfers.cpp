@@ -59,6 +59,7 @@ bool PlugIn::upload(const std::vector<std::string>& sources, const std::string& 
   }
   _lastSelectedPath.clear();
   std::vector<std::string> urls;
+  urls.reserve(sources.size());
   for (const std::string& source : sources) {
     urls.push_back(PathEscaper::toFileUrl(source));
   }

@@ -81,15 +81,13 @@ void TransfersPoller::poll() {
   request->setUri(std::string("/v") + kPellionApiVersion + "/transfers/activity");
   request->setMethod(HttpRequest::kPostMethod);
   request->appendData(requestBody());
-  std::unique_ptr<HttpResponse> response(request->invoke());
+  const std::unique_ptr<HttpResponse> response(request->invoke());
   request.reset();
   if (response == nullptr) {
     return;
   }
-  const std::string body = response->data();
-  response.reset();
   if (!_stopRequested) {
-    handleAnswer(body);
+    handleAnswer(response->data());
   }
 }
 

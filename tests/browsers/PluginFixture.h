@@ -1,6 +1,8 @@
 #ifndef TESTS_BROWSERS_PLUGIN_FIXTURE_H_
 #define TESTS_BROWSERS_PLUGIN_FIXTURE_H_
 
+#include <glib.h>
+
 #include <map>
 #include <memory>
 #include <string>
@@ -85,6 +87,14 @@ class PluginFixture : public Home {
   std::optional<test_support::PageValue> call(const std::string& method,
                                               const test_support::PageArguments& arguments = {}) {
     return browser.call(object, method, arguments);
+  }
+  // Runs what was handed to the main thread, in either way, until the condition holds.
+  template <typename Condition>
+  bool runUntil(Condition condition) {
+    return browser.pumpUntil([&] {
+      g_main_context_iteration(nullptr, FALSE);
+      return condition();
+    });
   }
   // No reference of the plugin's is left on it.
   void expectLetGo(const test_support::PageObject* page) const {

@@ -1,6 +1,3 @@
-orvane_test(module_test SOURCES ModuleTest.cpp ScriptObjectTest.cpp LIBS fake_browser
-            NEEDS nporvaneweb)
+orvane_test(module_test SOURCES ModuleTest.cpp LIBS fake_browser NEEDS nporvaneweb)
 target_compile_definitions(module_test PRIVATE ORVANE_MODULE="$<TARGET_FILE:nporvaneweb>")
 target_link_libraries(module_test PRIVATE ${CMAKE_DL_LIBS})
-
-orvane_test(utility_test SOURCES UtilityTest.cpp LIBS npapi_common fake_browser)

@@ -1,6 +1,6 @@
 orvane_test(view_test
-  SOURCES DropViewTest.cpp
-  LIBS npapi_common test_display
+  SOURCES ViewTest.cpp
+  LIBS npapi_common fake_browser test_display
   LABELS display
   ENVIRONMENT G_DEBUG=fatal-criticals
   NEEDS test_socket_window test_drag_source)

@@ -1,17 +1,15 @@
 #include "tests/docs/Examples.h"
 
 #include <filesystem>
-#include <fstream>
 #include <regex>
 #include <sstream>
 #include <stdexcept>
 
+#include "tests/support/Sandbox.h"
+
 namespace docs {
 
 namespace {
-
-const char kPrints[] = "// prints: ";
-const char kAnyText[] = "…";
 
 std::vector<std::pair<std::string, std::string>> readParameters(const std::string& html) {
   static const std::regex attribute("([a-z-]+)=\"([^\"]*)\"");
@@ -23,70 +21,6 @@ std::vector<std::pair<std::string, std::string>> readParameters(const std::strin
   return parameters;
 }
 
-// Reads a page line by line.
-class Reader {
- public:
-  explicit Reader(std::string page) : _page(std::move(page)), _lines(_page) {}
-
-  std::vector<Example> read() {
-    for (std::string line; std::getline(_lines, line);) {
-      readLine(line);
-    }
-    return std::move(_examples);
-  }
-
- private:
-  void readLine(const std::string& line) {
-    static const std::regex marker("<!-- example: ([\\w-]+)(; user: (.*))? -->");
-    std::smatch parts;
-    if (line.rfind("#", 0) == 0) {
-      _parameters.clear();
-    } else if (std::regex_match(line, parts, marker)) {
-      _next.name = parts[1];
-      _next.user = parts[3];
-    } else if (line == "```js") {
-      readScript();
-    } else if (line.rfind("```", 0) == 0) {
-      const std::string block = readBlock();
-      if (line == "```html") {
-        _parameters = readParameters(block);
-      }
-    }
-  }
-
-  std::string readBlock() {
-    std::string block;
-    for (std::string line; std::getline(_lines, line) && line != "```";) {
-      block += line + "\n";
-    }
-    return block;
-  }
-
-  void readScript() {
-    _next.script = readBlock();
-    _next.parameters = _parameters;
-    std::istringstream lines(_next.script);
-    for (std::string line; std::getline(lines, line);) {
-      const size_t at = line.find(kPrints);
-      if (at != std::string::npos) {
-        _next.prints.push_back(line.substr(at + sizeof(kPrints) - 1));
-      }
-    }
-    if (_next.name.empty() || _next.prints.empty()) {
-      throw std::runtime_error("an example without a name, or that prints nothing:\n" +
-                               _next.script);
-    }
-    _examples.push_back(std::move(_next));
-    _next = Example();
-  }
-
-  std::string _page;
-  std::istringstream _lines;
-  std::vector<std::pair<std::string, std::string>> _parameters;
-  Example _next;
-  std::vector<Example> _examples;
-};
-
 }  // namespace
 
 void PrintTo(const Example& example, std::ostream* out) {
@@ -94,13 +28,11 @@ void PrintTo(const Example& example, std::ostream* out) {
 }
 
 std::string readProjectFile(const std::string& path) {
-  std::ifstream file(PROJECT_DIRECTORY "/" + path, std::ios::binary);
-  if (!file) {
+  const std::string content = test_support::readFile(PROJECT_DIRECTORY "/" + path);
+  if (content.empty()) {
     throw std::runtime_error("no file " + path);
   }
-  std::stringstream content;
-  content << file.rdbuf();
-  return content.str();
+  return content;
 }
 
 std::vector<std::string> projectFiles(const std::vector<std::string>& directories) {
@@ -116,25 +48,37 @@ std::vector<std::string> projectFiles(const std::vector<std::string>& directorie
   return files;
 }
 
+std::vector<std::string> found(const std::string& text, const std::string& pattern) {
+  const std::regex regex(pattern);
+  return {std::sregex_token_iterator(text.begin(), text.end(), regex, 1), {}};
+}
+
 std::vector<Example> readExamples(const std::string& path) {
-  return Reader(readProjectFile(path)).read();
+  // A heading, an "html" block, or a "js" block, which should have a marker.
+  static const std::regex part(
+      "\n#|```html\n([\\s\\S]*?)\n```\n|"
+      "(?:<!-- example: ([\\w-]+)(?:; user: (.*))? -->\n)?```js\n([\\s\\S]*?\n)```\n");
+  const std::string page = readProjectFile(path);
+  std::vector<std::pair<std::string, std::string>> parameters;
+  std::vector<Example> examples;
+  for (std::sregex_iterator at(page.begin(), page.end(), part), end; at != end; ++at) {
+    if (!(*at)[4].matched) {
+      parameters = readParameters((*at)[1]);
+      continue;
+    }
+    const std::string script = (*at)[4];
+    examples.push_back({(*at)[2], (*at)[3], parameters, script, found(script, "// prints: (.*)")});
+    if (examples.back().name.empty() || examples.back().prints.empty()) {
+      throw std::runtime_error("an example without a name, or that prints nothing:\n" + script);
+    }
+  }
+  return examples;
 }
 
 bool matches(const std::string& line, const std::string& pattern) {
-  const size_t gap = pattern.find(kAnyText);
-  if (gap == std::string::npos) {
-    return line == pattern;
-  }
-  if (line.compare(0, gap, pattern, 0, gap) != 0) {
-    return false;
-  }
-  const std::string rest = pattern.substr(gap + sizeof(kAnyText) - 1);
-  for (size_t at = gap; at <= line.size(); ++at) {
-    if (matches(line.substr(at), rest)) {
-      return true;
-    }
-  }
-  return false;
+  static const std::regex special(R"([[\](){}.*+?^$|\\])"), gap("…");
+  const std::string plain = std::regex_replace(pattern, special, "\\$&");
+  return std::regex_match(line, std::regex(std::regex_replace(plain, gap, ".*")));
 }
 
 }  // namespace docs

@@ -30,6 +30,9 @@ std::string readProjectFile(const std::string& path);
 // The paths of all sources below the directories.
 std::vector<std::string> projectFiles(const std::vector<std::string>& directories);
 
+// What the first group of the pattern is in each of its matches.
+std::vector<std::string> found(const std::string& text, const std::string& pattern);
+
 // All examples of a page. Throws when a "js" block has no marker or prints nothing.
 std::vector<Example> readExamples(const std::string& path);
 

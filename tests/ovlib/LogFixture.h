@@ -7,17 +7,11 @@
 #include "ovlib/ovlog.h"
 #include "tests/support/Sandbox.h"
 
-// A log in a directory of the test's own, back at its defaults afterwards.
+// A log in a directory of the test's own.
 class LogFixture : public test_support::Sandbox {
  protected:
   LogFixture() { std::filesystem::create_directory(path("log")); }
-  ~LogFixture() override {
-    ov_log_cleanup();
-    ov_log_set(1);
-    ov_log_set_echo(-1);
-    ov_dbg_set(0);
-    ov_log_set_logfile_size(10);
-  }
+  ~LogFixture() override { ov_log_cleanup(); }
 
   std::string logPath(const std::string& name) const { return path("log/" + name); }
   std::string member(char digit) const { return logPath(std::string("plugin.") + digit + ".log"); }

@@ -3,6 +3,7 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
+#include <future>
 #include <sstream>
 #include <thread>
 
@@ -71,10 +72,7 @@ TEST_F(LogLine, hasHeaderTagAndText) {
   EXPECT_EQ(ov_log("%s", "two\nlines"), OV_OK);
   EXPECT_EQ(ov_dbg("debug"), OV_OK);
   pthread_t other = 0;
-  std::thread([&other] {
-    other = pthread_self();
-    ov_log("other");
-  }).join();
+  std::thread([&other] { other = pthread_self(), ov_log("other"); }).join();
   ov_log_set(0);
   EXPECT_EQ(ov_err("silenced"), OV_OK);
   const std::string header = kStamp + identity(true);
@@ -147,17 +145,15 @@ TEST_F(LogLine, reportsEachFailedWriteOnce) {
 
 TEST_F(LogLine, isNeverTornByOtherThreads) {
   ASSERT_EQ(start(":1"), OV_OK);
-  std::vector<std::thread> writers;
+  std::vector<std::future<void>> writers;
   for (int writer = 0; writer < 4; ++writer) {
-    writers.emplace_back([writer] {
+    writers.push_back(std::async(std::launch::async, [writer] {
       for (int line = 0; line < 3000; ++line) {
         ov_log("%d %d %s end", writer, line, std::string(100, 'x').c_str());
       }
-    });
+    }));
   }
-  for (std::thread& writer : writers) {
-    writer.join();
-  }
+  writers.clear();  // when all have written
   int next[4] = {};
   for (const std::string& line : linesOf(readFile(member('0')) + readFile(member('1')))) {
     unsigned writer = 4;
@@ -174,13 +170,13 @@ TEST_F(LogLine, isNeverTornByOtherThreads) {
 
 TEST_F(LogLine, survivesAnEndUnderWay) {
   std::atomic<bool> stop{false};
-  std::vector<std::thread> writers;
+  std::vector<std::future<void>> writers;
   for (int writer = 0; writer < 3; ++writer) {
-    writers.emplace_back([&stop, writer] {
+    writers.push_back(std::async(std::launch::async, [&stop, writer] {
       for (int line = 0; !stop; ++line) {
         ov_err("%d %d", writer, line);
       }
-    });
+    }));
   }
   for (int round = 0; round < 50; ++round) {
     ASSERT_EQ(start(), OV_OK);
@@ -188,20 +184,13 @@ TEST_F(LogLine, survivesAnEndUnderWay) {
     ov_log_cleanup();
   }
   stop = true;
-  for (std::thread& writer : writers) {
-    writer.join();
-  }
 }
 
 TEST(LogText, losesItsConversions) {
-  const struct {
-    const char* text;
-    const char* expected;
-  } kCases[] = {
-      {"100%", "100%"}, {"%s%n", "%s%n"}, {"%%%%", "%%"}, {"%%%d", "%%d"}, {"a%%20b", "a%20b"},
-  };
-  for (const auto& c : kCases) {
-    EXPECT_EQ(ov_log_text_as_format(c.text), c.expected) << c.text;
+  const std::pair<const char*, const char*> kCases[] = {
+      {"100%", "100%"}, {"%s%n", "%s%n"}, {"%%%%", "%%"}, {"%%%d", "%%d"}, {"a%%20b", "a%20b"}};
+  for (const auto& [text, expected] : kCases) {
+    EXPECT_EQ(ov_log_text_as_format(text), expected);
   }
 }
 

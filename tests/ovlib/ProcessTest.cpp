@@ -44,7 +44,7 @@ Outcome run(const std::string& command) {
   return outcomeOf(&process);
 }
 
-class Process : public test_support::Sandbox {};
+using Process = test_support::Sandbox;
 
 TEST_F(Process, tellsHowItEnded) {
   EXPECT_EQ(run("exit 3"), (Outcome{OV_PROCESS_EXITED, 3}));
@@ -66,9 +66,7 @@ TEST_F(Process, isActiveUntilItEnds) {
 }
 
 TEST_F(Process, startsWithNoSignalBlocked) {
-  sigset_t blocked;
-  sigset_t before;
-  sigset_t after;
+  sigset_t blocked, before, after;
   sigemptyset(&blocked);
   sigaddset(&blocked, SIGTERM);
   pthread_sigmask(SIG_BLOCK, &blocked, &before);
@@ -122,13 +120,10 @@ TEST_F(Process, hasNoDescriptorOfOurs) {
   const struct {
     const char* label;
     std::vector<unsigned> missing;
-    unsigned limit;
-    unsigned highest_close;
-  } kCases[] = {
-      {"closed in one call", {}, 4096, 1000},
-      {"closed by listing", {SYS_close_range}, 4096, 1000},
-      {"closed up to the limit", {SYS_close_range, SYS_getdents64}, 256, 4096},
-  };
+    unsigned limit, highest_close;
+  } kCases[] = {{"closed in one call", {}, 4096, 1000},
+                {"closed by listing", {SYS_close_range}, 4096, 1000},
+                {"closed up to the limit", {SYS_close_range, SYS_getdents64}, 256, 4096}};
   for (const int lowest : {3, 9, 200}) {
     ASSERT_NE(fcntl(STDIN_FILENO, F_DUPFD, lowest), -1);
   }

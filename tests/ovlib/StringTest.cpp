@@ -17,17 +17,15 @@ TEST(Utf8, losesAnIncompleteEnd) {
     std::string text;
     int result;
     size_t length;
-  } kCases[] = {
-      {"", OV_OK, 0},
-      {"a\xC3\xA9", OV_OK, 3},
-      {"a\xC3", OV_OK, 1},
-      {"a\xE2\x82", OV_OK, 1},
-      {"a\xF0\x9F\x98\x80", OV_OK, 5},
-      {"a\xF0\x9F\x98", OV_OK, 1},
-      {"a\xFC\x84\x80\x80\x80\x80", OV_OK, 7},
-      {"a\xFC\x84\x80\x80\x80", OV_OK, 1},
-      {"a\x80", OV_EINVAL, 2},
-  };
+  } kCases[] = {{"", OV_OK, 0},
+                {"a\xC3\xA9", OV_OK, 3},
+                {"a\xC3", OV_OK, 1},
+                {"a\xE2\x82", OV_OK, 1},
+                {"a\xF0\x9F\x98\x80", OV_OK, 5},
+                {"a\xF0\x9F\x98", OV_OK, 1},
+                {"a\xFC\x84\x80\x80\x80\x80", OV_OK, 7},
+                {"a\xFC\x84\x80\x80\x80", OV_OK, 1},
+                {"a\x80", OV_EINVAL, 2}};
   for (const auto& c : kCases) {
     std::string text = c.text;
     size_t length = text.size();
@@ -37,7 +35,7 @@ TEST(Utf8, losesAnIncompleteEnd) {
   }
 }
 
-class BoundedString : public LogFixture {};
+using BoundedString = LogFixture;
 
 TEST_F(BoundedString, isCopiedAndCutOnWholeCharacters) {
   const struct {
@@ -45,13 +43,11 @@ TEST_F(BoundedString, isCopiedAndCutOnWholeCharacters) {
     size_t size;
     int result;
     const char* expected;
-  } kCases[] = {
-      {"abc", 4, OV_OK, "abc"},
-      {"a", 1, OV_EBUFFER, ""},
-      {"\xC3\xA9\xC3\xA9", 5, OV_OK, "\xC3\xA9\xC3\xA9"},
-      {"\xC3\xA9\xC3\xA9", 4, OV_EBUFFER, "\xC3\xA9"},
-      {"\xE2\x82\xAC", 3, OV_EBUFFER, ""},
-  };
+  } kCases[] = {{"abc", 4, OV_OK, "abc"},
+                {"a", 1, OV_EBUFFER, ""},
+                {"\xC3\xA9\xC3\xA9", 5, OV_OK, "\xC3\xA9\xC3\xA9"},
+                {"\xC3\xA9\xC3\xA9", 4, OV_EBUFFER, "\xC3\xA9"},
+                {"\xE2\x82\xAC", 3, OV_EBUFFER, ""}};
   for (const auto& c : kCases) {
     std::string buffer(c.size, '#');
     EXPECT_EQ(ov_str_ncpy(buffer.data(), c.source, c.size), c.result) << c.source;
@@ -98,21 +94,16 @@ TEST(Decimal, isConverted) {
 }
 
 TEST(ErrorText, isFoundForEveryNumber) {
-  const struct {
-    int code;
-    std::string text;
-  } kCases[] = {
-      {OV_EHASHSUM, "Could not compute md5sum"},
-      {28685, "Could not log message"},
-      {28693, "Bad pathname"},
-      {28694, strerror(28694)},
-      {28671, strerror(28671)},
-      {OV_ECONNREFUSED, strerror(ECONNREFUSED)},
-  };
+  const std::pair<int, std::string> kCases[] = {{OV_EHASHSUM, "Could not compute md5sum"},
+                                                {28685, "Could not log message"},
+                                                {28693, "Bad pathname"},
+                                                {28694, strerror(28694)},
+                                                {28671, strerror(28671)},
+                                                {OV_ECONNREFUSED, strerror(ECONNREFUSED)}};
   char text[64];
-  for (const auto& c : kCases) {
-    EXPECT_EQ(ov_platform_errstr(c.code, text, sizeof(text)), OV_OK) << c.code;
-    EXPECT_EQ(text, c.text);
+  for (const auto& [code, expected] : kCases) {
+    EXPECT_EQ(ov_platform_errstr(code, text, sizeof(text)), OV_OK) << code;
+    EXPECT_EQ(text, expected);
   }
   EXPECT_EQ(ov_platform_errstr(OV_EBADPATHNAME, text, 4), OV_EBUFFER);
   EXPECT_STREQ(text, "Bad");

@@ -55,9 +55,7 @@ TEST_F(PluginLife, keepsInstancesApartAndReusesTheirAddresses) {
 
 TEST_F(PluginLife, endsInsideItsOwnCalls) {
   const struct {
-    const char* label;
-    const char* script;
-    const char* expected;
+    const char *label, *script, *expected;
   } kRows[] = {
       {"inside its own callback",
        "const p = createPlugin({}); p.keep(() => destroyPlugin(p)); plugin.history();"
@@ -120,7 +118,7 @@ TEST_F(PluginLife, runsThePageInsideANestedLoop) {
     console.log('after');
     let ticks = 0;
     const timer = plugin.tick(1);
-    plugin.keep((n) => { if (++ticks === 3) { plugin.tick(false, timer); quit(0); } });)");
+    plugin.keep((n) => { if (++ticks === 3) { plugin.stopTicking(timer); quit(0); } });)");
   EXPECT_EQ(result.out, "async 1\ntimer true\nafter\n");
   EXPECT_EQ(result.code, 0);
 }
@@ -133,14 +131,12 @@ TEST_F(PluginLife, endsInOrderWhenThePageQuitsInsideANestedLoop) {
 }
 
 TEST_F(PluginLife, blamesTheModuleForBreakingTheRules) {
+  const std::string blame = "orvane-page-host: the module called ";
   const PageResult ended = runPage("plugin.useEnded(); quit(0);");
-  EXPECT_EQ(ended.err,
-            "orvane-page-host: the module called NPN_GetValue for an instance that does not "
-            "exist\n");
+  EXPECT_EQ(ended.err, blame + "NPN_GetValue for an instance that does not exist\n");
   EXPECT_EQ(ended.code, 1);
   const PageResult offThread = runPage("plugin.callOffThread();");
-  EXPECT_EQ(offThread.err,
-            "orvane-page-host: the module called NPN_RetainObject off the main thread\n");
+  EXPECT_EQ(offThread.err, blame + "NPN_RetainObject off the main thread\n");
   EXPECT_EQ(offThread.code, -SIGABRT);
 }
 

@@ -9,10 +9,6 @@
 
 namespace test_support {
 
-const char* PageRunner::program() {
-  return PAGE_HOST_PROGRAM;
-}
-
 const char* PageRunner::probe() {
   return PROBE_MODULE;
 }
@@ -28,17 +24,8 @@ PageRunner::~PageRunner() {
   }
 }
 
-std::vector<std::string> PageRunner::pageArguments(const std::string& script,
-                                                   const std::vector<std::string>& options) const {
-  writeFile(path("page.js"), script);
-  std::vector<std::string> arguments = {"--module", probe(), "--timeout", "30"};
-  arguments.insert(arguments.end(), options.begin(), options.end());
-  arguments.push_back(path("page.js"));
-  return arguments;
-}
-
 void PageRunner::start(const std::vector<std::string>& arguments) {
-  std::vector<char*> argv = {const_cast<char*>(program())};
+  std::vector<char*> argv = {const_cast<char*>(PAGE_HOST_PROGRAM)};
   for (const std::string& argument : arguments) {
     argv.push_back(const_cast<char*>(argument.c_str()));
   }
@@ -49,13 +36,17 @@ void PageRunner::start(const std::vector<std::string>& arguments) {
   if (_process == 0) {
     dup2(open(outPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600), STDOUT_FILENO);
     dup2(open(errPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600), STDERR_FILENO);
-    execv(program(), argv.data());
+    execv(argv[0], argv.data());
     _exit(127);
   }
 }
 
 void PageRunner::startPage(const std::string& script, const std::vector<std::string>& options) {
-  start(pageArguments(script, options));
+  writeFile(path("page.js"), script);
+  std::vector<std::string> arguments = {"--module", probe(), "--timeout", "30"};
+  arguments.insert(arguments.end(), options.begin(), options.end());
+  arguments.push_back(path("page.js"));
+  start(arguments);
 }
 
 std::string PageRunner::output() const {
@@ -76,7 +67,8 @@ PageResult PageRunner::runProgram(const std::vector<std::string>& arguments) {
 }
 
 PageResult PageRunner::runPage(const std::string& script, const std::vector<std::string>& options) {
-  return runProgram(pageArguments(script, options));
+  startPage(script, options);
+  return finishPage();
 }
 
 }  // namespace test_support

@@ -33,12 +33,9 @@ class PageRunner : public Sandbox {
   PageResult finishPage();
   pid_t process() const { return _process; }
 
-  static const char* program();
   static const char* probe();
 
  private:
-  std::vector<std::string> pageArguments(const std::string& script,
-                                         const std::vector<std::string>& options) const;
   void start(const std::vector<std::string>& arguments);
 
   pid_t _process = -1;

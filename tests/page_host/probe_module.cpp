@@ -4,14 +4,15 @@
 #include <gtk/gtk.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <map>
+#include <sstream>
 #include <string>
 #include <thread>
 #include <utility>
-#include <vector>
 
 #include "npapi/npfunctions.h"
 
@@ -27,8 +28,7 @@ struct Probe {
   NPObject* kept;
   NPWindow window;
   std::map<std::string, std::string> params;
-  int laterCount;
-  std::vector<std::thread> threads;
+  int readyCount;
 };
 
 struct ProbeObject : NPObject {
@@ -72,117 +72,6 @@ std::string kindOf(const NPVariant& variant) {
   return kKinds[variant.type];
 }
 
-// --- What the page can call. `args` are checked by the page's author only. ---
-
-NPClass* probeClass();
-using Args = const NPVariant*;
-using Method = bool (*)(Probe* probe, Args args, uint32_t count, NPVariant* result);
-
-bool kinds(Probe*, Args args, uint32_t count, NPVariant* result) {
-  std::string list;
-  for (uint32_t i = 0; i < count; ++i) {
-    list += (i == 0 ? "" : " ") + kindOf(args[i]);
-  }
-  answer(list, result);
-  return true;
-}
-
-bool echo(Probe*, Args args, uint32_t, NPVariant* result) {
-  *result = args[0];
-  if (NPVARIANT_IS_STRING(args[0])) {
-    answer(textOf(args[0]), result);
-  } else if (NPVARIANT_IS_OBJECT(args[0])) {
-    browser->retainobject(args[0].value.objectValue);
-  }
-  return true;
-}
-
-bool hexOf(Probe*, Args args, uint32_t, NPVariant* result) {
-  std::string hex;
-  for (const unsigned char byte : textOf(args[0])) {
-    char digits[3];
-    std::snprintf(digits, sizeof(digits), "%02x", byte);
-    hex += digits;
-  }
-  answer(hex, result);
-  return true;
-}
-
-bool fromHex(Probe*, Args args, uint32_t, NPVariant* result) {
-  const std::string hex = textOf(args[0]);
-  std::string bytes;
-  for (size_t i = 0; i + 1 < hex.size(); i += 2) {
-    bytes.push_back(static_cast<char>(std::stoi(hex.substr(i, 2), nullptr, 16)));
-  }
-  answer(bytes, result);
-  return true;
-}
-
-bool toInt(Probe*, Args args, uint32_t, NPVariant* result) {
-  INT32_TO_NPVARIANT(static_cast<int32_t>(args[0].value.doubleValue), *result);
-  return true;
-}
-
-bool nullString(Probe*, Args, uint32_t, NPVariant* result) {
-  STRINGN_TO_NPVARIANT(nullptr, 0, *result);
-  return true;
-}
-
-// A script object that only the page holds.
-bool makeObject(Probe* probe, Args, uint32_t, NPVariant* result) {
-  OBJECT_TO_NPVARIANT(browser->createobject(probe->npp, probeClass()), *result);
-  return true;
-}
-
-bool refuse(Probe*, Args, uint32_t, NPVariant*) {
-  return false;
-}
-
-bool raise(Probe* probe, Args args, uint32_t, NPVariant* result) {
-  browser->setexception(probe->script, textOf(args[0]).c_str());
-  answer("not seen", result);
-  return true;
-}
-
-bool self(Probe* probe, Args, uint32_t, NPVariant* result) {
-  OBJECT_TO_NPVARIANT(browser->retainobject(probe->script), *result);
-  return true;
-}
-
-bool history(Probe*, Args, uint32_t, NPVariant* result) {
-  answer(calls, result);
-  calls.clear();
-  return true;
-}
-
-bool bytesReceived(Probe*, Args, uint32_t, NPVariant* result) {
-  answer(received, result);
-  received.clear();
-  return true;
-}
-
-bool fetch(Probe* probe, Args args, uint32_t count, NPVariant* result) {
-  const std::string address = textOf(args[0]);
-  const NPError code = count > 1
-                           ? browser->geturlnotify(probe->npp, address.c_str(), nullptr, probe)
-                           : browser->geturl(probe->npp, address.c_str(), nullptr);
-  note("GetURL=" + std::to_string(code));
-  INT32_TO_NPVARIANT(code, *result);
-  return true;
-}
-
-bool keep(Probe* probe, Args args, uint32_t count, NPVariant*) {
-  browser->releaseobject(probe->kept);
-  probe->kept = count > 0 ? browser->retainobject(args[0].value.objectValue) : nullptr;
-  return true;
-}
-
-bool callKept(Probe* probe, Args args, uint32_t count, NPVariant* result) {
-  const bool good = browser->invokeDefault(probe->npp, probe->kept, args, count, result);
-  note(std::string("invokeDefault=") + (good ? "true:" : "false:") + kindOf(*result));
-  return true;
-}
-
 struct LaterCall {
   Probe* probe;
   int number;
@@ -199,86 +88,8 @@ void runLater(void* data) {
   }
 }
 
-// From another thread, as often as the first argument says.
-bool callLater(Probe* probe, Args args, uint32_t, NPVariant*) {
-  const int count = static_cast<int>(args[0].value.doubleValue);
-  const NPP npp = probe->npp;
-  probe->threads.emplace_back([probe, npp, count] {
-    for (int i = 1; i <= count; ++i) {
-      browser->pluginthreadasynccall(npp, runLater, new LaterCall{probe, i});
-    }
-  });
-  probe->threads.back().join();
-  probe->threads.pop_back();
-  return true;
-}
-
-bool get(Probe* probe, Args args, uint32_t, NPVariant* result) {
-  return browser->getproperty(probe->npp, args[0].value.objectValue, identifier(textOf(args[1])),
-                              result);
-}
-
-bool set(Probe* probe, Args args, uint32_t, NPVariant* result) {
-  BOOLEAN_TO_NPVARIANT(browser->setproperty(probe->npp, args[0].value.objectValue,
-                                            identifier(textOf(args[1])), &args[2]),
-                       *result);
-  return true;
-}
-
-bool about(Probe* probe, Args args, uint32_t, NPVariant* result) {
-  NPObject* object = args[0].value.objectValue;
-  const NPIdentifier name = identifier(textOf(args[1]));
-  const bool property = browser->hasproperty(probe->npp, object, name);
-  const bool method = browser->hasmethod(probe->npp, object, name);
-  const bool removed = browser->removeproperty(probe->npp, object, name);
-  answer(std::string(property ? "property " : "- ") + (method ? "method " : "- ") +
-             (removed ? "removed" : "-"),
-         result);
-  return true;
-}
-
-bool names(Probe* probe, Args args, uint32_t, NPVariant* result) {
-  NPIdentifier* list = nullptr;
-  uint32_t count = 0;
-  if (!browser->enumerate(probe->npp, args[0].value.objectValue, &list, &count)) {
-    return false;
-  }
-  std::string text;
-  for (uint32_t i = 0; i < count; ++i) {
-    text += (i == 0 ? "" : " ") + nameOf(list[i]);
-  }
-  browser->memfree(list);
-  answer(text, result);
-  return true;
-}
-
-bool invokeMember(Probe* probe, Args args, uint32_t count, NPVariant* result) {
-  return browser->invoke(probe->npp, args[0].value.objectValue, identifier(textOf(args[1])),
-                         args + 2, count - 2, result);
-}
-
-bool construct(Probe* probe, Args args, uint32_t count, NPVariant* result) {
-  return browser->construct(probe->npp, args[0].value.objectValue, args + 1, count - 1, result);
-}
-
-bool evaluate(Probe* probe, Args args, uint32_t, NPVariant* result) {
-  NPObject* window = nullptr;
-  browser->getvalue(probe->npp, NPNVWindowNPObject, &window);
-  NPString script = args[0].value.stringValue;
-  const bool good = browser->evaluate(probe->npp, window, &script, result);
-  browser->releaseobject(window);
-  return good;
-}
-
-bool nppAddress(Probe* probe, Args, uint32_t, NPVariant* result) {
-  DOUBLE_TO_NPVARIANT(static_cast<double>(reinterpret_cast<uintptr_t>(probe->npp)), *result);
-  return true;
-}
-
-bool hang(Probe*, Args, uint32_t, NPVariant*) {
-  for (;;) {
-    pause();
-  }
+void ticked(NPP npp, uint32_t) {
+  runLater(new LaterCall{static_cast<Probe*>(npp->pdata), 0});
 }
 
 gboolean endLoop(gpointer loop) {
@@ -286,107 +97,211 @@ gboolean endLoop(gpointer loop) {
   return FALSE;
 }
 
-// A modal dialog's loop, as long as the page says.
-bool nest(Probe*, Args args, uint32_t, NPVariant*) {
-  GMainLoop* loop = g_main_loop_new(nullptr, FALSE);
-  g_timeout_add(static_cast<guint>(args[0].value.doubleValue), endLoop, loop);
-  g_main_loop_run(loop);
-  g_main_loop_unref(loop);
-  return true;
+NPObject* windowOf(NPP npp) {
+  NPObject* window = nullptr;
+  browser->getvalue(npp, NPNVWindowNPObject, &window);
+  return window;
 }
 
-void ticked(NPP npp, uint32_t) {
-  Probe* probe = static_cast<Probe*>(npp->pdata);
-  runLater(new LaterCall{probe, ++probe->laterCount});
-}
-
-bool tick(Probe* probe, Args args, uint32_t, NPVariant* result) {
-  if (NPVARIANT_IS_BOOLEAN(args[0])) {
-    browser->unscheduletimer(probe->npp, static_cast<uint32_t>(args[1].value.doubleValue));
-    return true;
-  }
-  const uint32_t timer = browser->scheduletimer(
-      probe->npp, static_cast<uint32_t>(args[0].value.doubleValue), 1, ticked);
-  DOUBLE_TO_NPVARIANT(timer, *result);
-  return true;
-}
-
-bool describeBrowser(Probe* probe, Args, uint32_t, NPVariant* result) {
+std::string describeBrowser(NPP npp) {
   unsigned long window = 1;
   NPNToolkitType toolkit = NPNVGtk12;
   NPBool xembed = 0;
-  const NPError windowCode = browser->getvalue(probe->npp, NPNVnetscapeWindow, &window);
-  browser->getvalue(probe->npp, NPNVToolkit, &toolkit);
-  browser->getvalue(probe->npp, NPNVSupportsXEmbedBool, &xembed);
+  const NPError windowCode = browser->getvalue(npp, NPNVnetscapeWindow, &window);
+  browser->getvalue(npp, NPNVToolkit, &toolkit);
+  browser->getvalue(npp, NPNVSupportsXEmbedBool, &xembed);
   const void* const* words = reinterpret_cast<const void* const*>(browser);
-  int missing = 0;
-  for (size_t i = 1; i < sizeof(*browser) / sizeof(void*); ++i) {
-    missing += words[i] == nullptr;
-  }
-  answer("size " + std::to_string(browser->size) + " missing " + std::to_string(missing) +
-             " window " + std::to_string(window) + "/" + std::to_string(windowCode) + " toolkit " +
-             std::to_string(toolkit) + " xembed " + std::to_string(xembed) + " agent " +
-             browser->uagent(probe->npp),
-         result);
-  return true;
+  const auto missing = std::count(words + 1, words + sizeof(*browser) / sizeof(void*), nullptr);
+  std::ostringstream text;
+  text << "size " << browser->size << " missing " << missing << " window " << window << "/"
+       << windowCode << " toolkit " << toolkit << " xembed " << int(xembed) << " agent "
+       << browser->uagent(npp);
+  return text.str();
 }
 
-bool useEnded(Probe*, Args, uint32_t, NPVariant*) {
-  NPP_t never = {};
-  void* value = nullptr;
-  browser->getvalue(&never, NPNVWindowNPObject, &value);
-  return true;
-}
+// --- What the page can call. The arguments are checked by the page's author only. ---
 
-bool callOffThread(Probe* probe, Args, uint32_t, NPVariant*) {
-  std::thread([probe] { browser->retainobject(probe->script); }).join();
-  return true;
-}
+struct Call {
+  Probe* probe;
+  const NPVariant* args;
+  uint32_t count;
+  NPVariant* result;
+  bool good = true;
 
-const std::pair<const char*, Method> kMethods[] = {{"kinds", kinds},
-                                                   {"echo", echo},
-                                                   {"hexOf", hexOf},
-                                                   {"fromHex", fromHex},
-                                                   {"toInt", toInt},
-                                                   {"nullString", nullString},
-                                                   {"makeObject", makeObject},
-                                                   {"refuse", refuse},
-                                                   {"raise", raise},
-                                                   {"self", self},
-                                                   {"history", history},
-                                                   {"bytesReceived", bytesReceived},
-                                                   {"fetch", fetch},
-                                                   {"keep", keep},
-                                                   {"callKept", callKept},
-                                                   {"callLater", callLater},
-                                                   {"get", get},
-                                                   {"set", set},
-                                                   {"about", about},
-                                                   {"names", names},
-                                                   {"invokeMember", invokeMember},
-                                                   {"construct", construct},
-                                                   {"evaluate", evaluate},
-                                                   {"nppAddress", nppAddress},
-                                                   {"hang", hang},
-                                                   {"nest", nest},
-                                                   {"tick", tick},
-                                                   {"describeBrowser", describeBrowser},
-                                                   {"useEnded", useEnded},
-                                                   {"callOffThread", callOffThread}};
+  NPP npp() const { return probe->npp; }
+  NPObject* object() const { return args[0].value.objectValue; }
+  NPIdentifier name() const { return identifier(textOf(args[1])); }
+  int number() const { return static_cast<int>(args[0].value.doubleValue); }
+
+  void give(const std::string& text) { answer(text, result); }
+  void give(double number) { DOUBLE_TO_NPVARIANT(number, *result); }
+  // Takes ownership.
+  void give(NPObject* object) { OBJECT_TO_NPVARIANT(object, *result); }
+};
+
+NPClass* probeClass();
+using Method = void (*)(Call& call);
+
+const std::map<std::string, Method> kMethods = {
+    {"kinds",
+     [](Call& call) {
+       std::string list;
+       for (uint32_t i = 0; i < call.count; ++i) {
+         list += (i == 0 ? "" : " ") + kindOf(call.args[i]);
+       }
+       call.give(list);
+     }},
+    {"echo",
+     [](Call& call) {
+       *call.result = call.args[0];
+       if (NPVARIANT_IS_STRING(call.args[0])) {
+         call.give(textOf(call.args[0]));
+       } else if (NPVARIANT_IS_OBJECT(call.args[0])) {
+         browser->retainobject(call.object());
+       }
+     }},
+    {"hexOf",
+     [](Call& call) {
+       std::string hex;
+       for (const unsigned char byte : textOf(call.args[0])) {
+         hex += {"0123456789abcdef"[byte >> 4], "0123456789abcdef"[byte & 15]};
+       }
+       call.give(hex);
+     }},
+    {"fromHex",
+     [](Call& call) {
+       const std::string hex = textOf(call.args[0]);
+       std::string bytes;
+       for (size_t i = 0; i + 1 < hex.size(); i += 2) {
+         bytes.push_back(static_cast<char>(std::stoi(hex.substr(i, 2), nullptr, 16)));
+       }
+       call.give(bytes);
+     }},
+    {"nullString", [](Call& call) { STRINGN_TO_NPVARIANT(nullptr, 0, *call.result); }},
+    // A script object that only the page holds.
+    {"makeObject", [](Call& call) { call.give(browser->createobject(call.npp(), probeClass())); }},
+    {"self", [](Call& call) { call.give(browser->retainobject(call.probe->script)); }},
+    {"refuse", [](Call& call) { call.good = false; }},
+    {"raise",
+     [](Call& call) {
+       browser->setexception(call.probe->script, textOf(call.args[0]).c_str());
+       call.give("not seen");
+     }},
+    {"history", [](Call& call) { call.give(std::exchange(calls, "")); }},
+    {"bytesReceived", [](Call& call) { call.give(std::exchange(received, "")); }},
+    {"fetch",
+     [](Call& call) {
+       const std::string address = textOf(call.args[0]);
+       const NPError code =
+           call.count > 1 ? browser->geturlnotify(call.npp(), address.c_str(), nullptr, call.probe)
+                          : browser->geturl(call.npp(), address.c_str(), nullptr);
+       note("GetURL=" + std::to_string(code));
+       INT32_TO_NPVARIANT(code, *call.result);
+     }},
+    {"keep",
+     [](Call& call) {
+       browser->releaseobject(call.probe->kept);
+       call.probe->kept = call.count > 0 ? browser->retainobject(call.object()) : nullptr;
+     }},
+    {"callKept",
+     [](Call& call) {
+       const bool good =
+           browser->invokeDefault(call.npp(), call.probe->kept, call.args, call.count, call.result);
+       note(std::string("invokeDefault=") + (good ? "true:" : "false:") + kindOf(*call.result));
+     }},
+    // From another thread, as often as the argument says.
+    {"callLater",
+     [](Call& call) {
+       std::thread([probe = call.probe, npp = call.npp(), count = call.number()] {
+         for (int i = 1; i <= count; ++i) {
+           browser->pluginthreadasynccall(npp, runLater, new LaterCall{probe, i});
+         }
+       }).join();
+     }},
+    {"get",
+     [](Call& call) {
+       call.good = browser->getproperty(call.npp(), call.object(), call.name(), call.result);
+     }},
+    {"set",
+     [](Call& call) {
+       call.good = browser->setproperty(call.npp(), call.object(), call.name(), &call.args[2]);
+     }},
+    {"about",
+     [](Call& call) {
+       std::string text;
+       for (const auto ask : {browser->hasproperty, browser->hasmethod, browser->removeproperty}) {
+         text += ask(call.npp(), call.object(), call.name()) ? 'y' : 'n';
+       }
+       call.give(text);
+     }},
+    {"names",
+     [](Call& call) {
+       NPIdentifier* list = nullptr;
+       uint32_t count = 0;
+       call.good = browser->enumerate(call.npp(), call.object(), &list, &count);
+       std::string text;
+       for (uint32_t i = 0; i < count; ++i) {
+         text += (i == 0 ? "" : " ") + nameOf(list[i]);
+       }
+       browser->memfree(list);
+       call.give(text);
+     }},
+    {"invokeMember",
+     [](Call& call) {
+       call.good = browser->invoke(call.npp(), call.object(), call.name(), call.args + 2,
+                                   call.count - 2, call.result);
+     }},
+    {"construct",
+     [](Call& call) {
+       call.good = browser->construct(call.npp(), call.object(), call.args + 1, call.count - 1,
+                                      call.result);
+     }},
+    {"evaluate",
+     [](Call& call) {
+       NPObject* window = windowOf(call.npp());
+       NPString script = call.args[0].value.stringValue;
+       call.good = browser->evaluate(call.npp(), window, &script, call.result);
+       browser->releaseobject(window);
+     }},
+    {"nppAddress",
+     [](Call& call) { call.give(static_cast<double>(reinterpret_cast<uintptr_t>(call.npp()))); }},
+    {"hang",
+     [](Call&) {
+       for (;;) {
+         pause();
+       }
+     }},
+    // A modal dialog's loop, as long as the page says.
+    {"nest",
+     [](Call& call) {
+       GMainLoop* loop = g_main_loop_new(nullptr, FALSE);
+       g_timeout_add(static_cast<guint>(call.number()), endLoop, loop);
+       g_main_loop_run(loop);
+       g_main_loop_unref(loop);
+     }},
+    {"tick",
+     [](Call& call) {
+       const auto interval = static_cast<uint32_t>(call.number());
+       call.give(browser->scheduletimer(call.npp(), interval, 1, ticked));
+     }},
+    {"stopTicking",
+     [](Call& call) {
+       browser->unscheduletimer(call.npp(), static_cast<uint32_t>(call.number()));
+     }},
+    {"describeBrowser", [](Call& call) { call.give(describeBrowser(call.npp())); }},
+    {"useEnded",
+     [](Call&) {
+       NPP_t never = {};
+       windowOf(&never);
+     }},
+    {"callOffThread",
+     [](Call& call) { std::thread([&] { browser->retainobject(call.probe->script); }).join(); }}};
 
 // --- The script object's class. ---
 
 Method methodNamed(NPIdentifier name) {
-  for (const auto& method : kMethods) {
-    if (browser->identifierisstring(name) && nameOf(name) == method.first) {
-      return method.second;
-    }
-  }
-  return nullptr;
-}
-
-NPObject* allocate(NPP, NPClass*) {
-  return new ProbeObject();
+  const auto method = kMethods.find(nameOf(name));
+  return method != kMethods.end() ? method->second : nullptr;
 }
 
 void deallocate(NPObject* object) {
@@ -394,14 +309,16 @@ void deallocate(NPObject* object) {
   delete static_cast<ProbeObject*>(object);
 }
 
-bool hasMethod(NPObject*, NPIdentifier name) {
-  return methodNamed(name) != nullptr;
-}
-
-bool invoke(NPObject* object, NPIdentifier name, Args args, uint32_t count, NPVariant* result) {
+bool invoke(NPObject* object, NPIdentifier name, const NPVariant* args, uint32_t count,
+            NPVariant* result) {
   Probe* probe = static_cast<ProbeObject*>(object)->probe;
   const Method method = methodNamed(name);
-  return probe != nullptr && method != nullptr && method(probe, args, count, result);
+  if (probe == nullptr || method == nullptr) {
+    return false;
+  }
+  Call call = {probe, args, count, result};
+  method(call);
+  return call.good;
 }
 
 bool hasProperty(NPObject*, NPIdentifier name) {
@@ -432,10 +349,6 @@ bool setProperty(NPObject* object, NPIdentifier name, const NPVariant* value) {
   return nameOf(name) == "value" && NPVARIANT_IS_DOUBLE(*value);
 }
 
-bool removeProperty(NPObject*, NPIdentifier) {
-  return false;
-}
-
 bool enumerate(NPObject*, NPIdentifier** list, uint32_t* count) {
   *list = static_cast<NPIdentifier*>(browser->memalloc(2 * sizeof(NPIdentifier)));
   (*list)[0] = identifier("value");
@@ -445,19 +358,20 @@ bool enumerate(NPObject*, NPIdentifier** list, uint32_t* count) {
 }
 
 NPClass* probeClass() {
-  static NPClass theClass = {NP_CLASS_STRUCT_VERSION,
-                             allocate,
-                             deallocate,
-                             nullptr,
-                             hasMethod,
-                             invoke,
-                             nullptr,
-                             hasProperty,
-                             getProperty,
-                             setProperty,
-                             removeProperty,
-                             enumerate,
-                             nullptr};
+  static NPClass theClass = {
+      NP_CLASS_STRUCT_VERSION,
+      [](NPP, NPClass*) -> NPObject* { return new ProbeObject(); },
+      deallocate,
+      nullptr,
+      [](NPObject*, NPIdentifier name) { return methodNamed(name) != nullptr; },
+      invoke,
+      nullptr,
+      hasProperty,
+      getProperty,
+      setProperty,
+      [](NPObject*, NPIdentifier) { return false; },
+      enumerate,
+      nullptr};
   return &theClass;
 }
 
@@ -471,11 +385,12 @@ std::string param(NPP npp, const char* name) {
   return probeOf(npp)->params[name];
 }
 
-// Calls a function of the page's window, which may end this very instance.
-void callPage(NPP npp, const std::string& function) {
-  NPVariant result;
-  NPObject* window = nullptr;
-  if (!function.empty() && browser->getvalue(npp, NPNVWindowNPObject, &window) == NPERR_NO_ERROR) {
+// Calls the function of the page's window that the parameter names; it may end this very instance.
+void callPage(NPP npp, const char* parameter) {
+  const std::string function = param(npp, parameter);
+  if (!function.empty()) {
+    NPVariant result;
+    NPObject* window = windowOf(npp);
     browser->invoke(npp, window, identifier(function), nullptr, 0, &result);
     browser->releaseobject(window);
   }
@@ -497,7 +412,7 @@ NPError create(NPMIMEType type, NPP npp, uint16_t mode, int16_t argc, char** arg
   ProbeObject* object = static_cast<ProbeObject*>(browser->createobject(npp, probeClass()));
   object->probe = probe;
   probe->script = object;
-  callPage(npp, param(npp, "call-in-new"));
+  callPage(npp, "call-in-new");
   return NPERR_NO_ERROR;
 }
 
@@ -525,25 +440,21 @@ void showPlug(NPWindow* window) {
   GdkColor green;
   gdk_color_parse("#00aa55", &green);
   gtk_widget_modify_bg(plug, GTK_STATE_NORMAL, &green);
-  GtkWidget* label = gtk_label_new("The probe's area");
-  gtk_container_add(GTK_CONTAINER(plug), label);
-  gtk_widget_show_all(plug);
+  gtk_widget_show(plug);
 }
 
 NPError setWindow(NPP npp, NPWindow* window) {
   const auto* system = static_cast<NPSetWindowCallbackStruct*>(window->ws_info);
+  const bool screen = system != nullptr && system->display != nullptr && system->depth >= 8 &&
+                      system->visual != nullptr && system->colormap != 0;
   note("SetWindow:" + std::string(window->window != nullptr ? "window:" : "0:") +
        std::to_string(window->width) + "x" + std::to_string(window->height) +
-       (system == nullptr ? ""
-        : system->display != nullptr && system->depth >= 8 && system->visual != nullptr &&
-                system->colormap != 0
-            ? ":screen"
-            : ":broken"));
+       (screen ? ":screen" : ""));
   if (window->window != nullptr && probeOf(npp)->window.window != window->window) {
     showPlug(window);
   }
   probeOf(npp)->window = *window;
-  callPage(npp, param(npp, "call-in-setwindow"));
+  callPage(npp, "call-in-setwindow");
   return NPERR_NO_ERROR;
 }
 
@@ -554,13 +465,13 @@ NPError newStream(NPP npp, NPMIMEType type, NPStream* stream, NPBool, uint16_t*)
   if (param(npp, "stream") == "refuse") {
     return NPERR_GENERIC_ERROR;
   }
-  callPage(npp, param(npp, "call-in-newstream"));
+  callPage(npp, "call-in-newstream");
   return NPERR_NO_ERROR;
 }
 
 int32_t writeReady(NPP npp, NPStream*) {
   Probe* probe = probeOf(npp);
-  if (param(npp, "stream") == "later" && ++probe->laterCount < 3) {
+  if (param(npp, "stream") == "later" && ++probe->readyCount < 3) {
     note("WriteReady=0");
     return 0;
   }
@@ -579,7 +490,7 @@ int32_t writeBytes(NPP npp, NPStream*, int32_t offset, int32_t length, void* buf
 
 NPError destroyStream(NPP npp, NPStream*, NPReason reason) {
   note("DestroyStream=" + std::to_string(reason));
-  callPage(npp, param(npp, "call-in-destroystream"));
+  callPage(npp, "call-in-destroystream");
   return NPERR_NO_ERROR;
 }
 

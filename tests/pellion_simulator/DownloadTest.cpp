@@ -2,18 +2,16 @@
 
 #include <chrono>
 #include <filesystem>
-#include <random>
+#include <map>
 #include <set>
 
 #include "tests/pellion_simulator/Simulator.h"
-#include "tests/support/ScriptedServer.h"
 #include "tests/support/WaitFor.h"
 
 namespace {
 
 namespace fs = std::filesystem;
 using test_support::Activity;
-using test_support::bodyOf;
 using test_support::httpResponse;
 using test_support::readFile;
 using test_support::ScriptedServer;
@@ -23,38 +21,7 @@ using test_support::writeFile;
 using testing::ElementsAre;
 using testing::HasSubstr;
 
-class SimulatorDownload : public test_support::SimulatorTest {
- protected:
-  static std::string urlOf(const ScriptedServer& server, const std::string& path) {
-    return "http://127.0.0.1:" + std::to_string(server.port()) + path;
-  }
-};
-
-std::string randomBytes(size_t size) {
-  std::mt19937 generator(4711);
-  std::string bytes(size, '\0');
-  for (char& byte : bytes) {
-    byte = static_cast<char>(generator());
-  }
-  return bytes;
-}
-
-TEST_F(SimulatorDownload, movesEveryByte) {
-  const std::string bytes = randomBytes(3'000'000);
-  const ScriptedServer server(httpResponse(bytes));
-  const auto simulator = start();
-  const std::string id = transfer({urlOf(server, "/data/report.pdf?version=2#top")}, "");
-  const Activity activity = waitForEnd(id);
-  EXPECT_EQ(activity.status, "completed") << activity.error;
-  EXPECT_EQ(activity.direction, "receive");
-  EXPECT_EQ(activity.written, 3'000'000);
-  EXPECT_EQ(activity.expected, 3'000'000);
-  EXPECT_EQ(activity.percentage, 100);
-  EXPECT_THAT(activity.paths, ElementsAre(path("Downloads/report.pdf")));
-  EXPECT_EQ(readFile(path("Downloads/report.pdf")), bytes);
-  EXPECT_THAT(filesBelow("Downloads"), ElementsAre("report.pdf"));
-  EXPECT_THAT(server.requests()[0], HasSubstr("GET /data/report.pdf?version=2 HTTP/1.1\r\n"));
-}
+class SimulatorDownload : public test_support::SimulatorTest {};
 
 // Every case downloads from `source` to `destination`; "~" stands for the home directory.
 TEST_F(SimulatorDownload, namesTheFile) {
@@ -70,6 +37,7 @@ TEST_F(SimulatorDownload, namesTheFile) {
   const struct {
     const char *label, *source, *destination, *result;
   } kCases[] = {
+      {"query and fragment", "/data/f.pdf?version=2#top", "", "Files from afar/f.pdf"},
       {"desktop's directory", "/f.txt", "", "Files from afar/f.txt"},
       {"existing directory", "/f.txt", "file://~/folder", "folder/f.txt"},
       {"new directory", "/f.txt", "file://~/new/deep/", "new/deep/f.txt"},
@@ -95,53 +63,47 @@ TEST_F(SimulatorDownload, namesTheFile) {
     const std::string source = *c.source == '/' ? urlOf(server, c.source) : fromHome(c.source);
     const Activity activity = waitForEnd(transfer({source}, fromHome(c.destination)));
     EXPECT_EQ(activity.status, "completed") << activity.error;
+    EXPECT_EQ(activity.direction, "receive");
+    EXPECT_EQ(activity.percentage, 100);
     EXPECT_THAT(activity.paths, ElementsAre(path(c.result)));
     EXPECT_EQ(readFile(path(c.result)), "text");
   }
+  EXPECT_THAT(server.requests()[0], HasSubstr("GET /data/f.pdf?version=2 HTTP/1.1\r\n"));
   EXPECT_EQ(readFile(path("taken")), "old");
 }
 
 TEST_F(SimulatorDownload, givesEachOfManyAtOnceANameOfItsOwn) {
-  const std::string bytes = randomBytes(50'000);
+  std::string bytes;
+  for (int i = 0; i < 10'000; ++i) {
+    bytes += std::to_string(i);
+  }
   const ScriptedServer server(httpResponse(bytes));
   const auto simulator = start();
-  const size_t count = 20;
-  std::set<std::string> paths;
   std::vector<std::string> ids;
-  for (size_t i = 0; i < count; ++i) {
+  for (size_t i = 0; i < 20; ++i) {
     ids.push_back(transfer({urlOf(server, "/same.bin")}, ""));
   }
+  std::set<std::string> paths;
   for (const std::string& id : ids) {
     paths.insert(waitForEnd(id).paths.at(0));
   }
-  EXPECT_EQ(paths.size(), count);
-  EXPECT_EQ(filesBelow("Downloads").size(), count);
+  EXPECT_EQ(paths.size(), ids.size());
+  EXPECT_EQ(filesBelow("Downloads").size(), ids.size());
   for (const std::string& one : paths) {
     EXPECT_EQ(readFile(one), bytes);
   }
 }
 
 TEST_F(SimulatorDownload, saysWhyItFailedAndLeavesNothing) {
-  const ScriptedServer server([](int connection, const std::string& request, size_t) {
-    const std::string target = request.substr(4, request.find(' ', 4) - 4);
-    if (target == "/cut") {
-      sendAll(connection,
-              "HTTP/1.1 200 OK\r\nContent-Length: 100000\r\n\r\n" + std::string(50'000, 'x'));
-    } else if (target == "/cut-chunk") {
-      sendAll(connection, "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n6\r\nabc");
-    } else if (target == "/to-file") {
-      sendAll(connection,
-              "HTTP/1.1 302 Found\r\nLocation: file:///etc/passwd\r\nConnection: "
-              "close\r\nContent-Length: 0\r\n\r\n");
-    } else if (target == "/around") {
-      sendAll(connection,
-              "HTTP/1.1 302 Found\r\nLocation: /around\r\nConnection: close\r\nContent-Length: "
-              "0\r\n\r\n");
-    } else if (target == "/large") {
-      sendAll(connection, httpResponse(std::string(300'000, 'x')));
-    } else {
-      sendAll(connection, httpResponse("<h1>Nothing here</h1>", "404 Not Found"));
-    }
+  const std::map<std::string, std::string> answers = {
+      {"/cut", "HTTP/1.1 200 OK\r\nContent-Length: 100000\r\n\r\n" + std::string(50'000, 'x')},
+      {"/cut-chunk", "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n6\r\nabc"},
+      {"/to-file", httpResponse("", "302 Found\r\nLocation: file:///etc/passwd")},
+      {"/around", httpResponse("", "302 Found\r\nConnection: close\r\nLocation: /around")},
+      {"/large", httpResponse(std::string(300'000, 'x'))},
+      {"/missing", httpResponse("<h1>Nothing here</h1>", "404 Not Found")}};
+  const ScriptedServer server([&](int connection, const std::string& request, size_t) {
+    sendAll(connection, answers.at(request.substr(4, request.find(' ', 4) - 4)));
   });
   writeFile(path("file"), "");
   fs::create_directories(path("place"));
@@ -241,7 +203,8 @@ TEST_F(SimulatorDownload, keepsToTheRateLimitAndShowsProgress) {
   EXPECT_EQ(seen.status, "running");
   EXPECT_LT(seen.percentage, 100);
   EXPECT_EQ(seen.expected, 30'000);
-  EXPECT_NEAR(static_cast<double>(seen.rate), 20'000, 10'000);
+  EXPECT_GT(seen.rate, 0);
+  EXPECT_LT(seen.rate, 30'000);
   EXPECT_EQ(waitForEnd(id).status, "completed");
   EXPECT_GT(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(1400));
 }

@@ -4,7 +4,6 @@
 #include <filesystem>
 
 #include "tests/pellion_simulator/Simulator.h"
-#include "tests/support/ScriptedServer.h"
 #include "tests/support/WaitFor.h"
 
 namespace {
@@ -43,10 +42,10 @@ TEST_F(SimulatorRuntime, publishesItsAddressAndRemovesItOnASignal) {
 TEST_F(SimulatorRuntime, makesTheTreeInANewHome) {
   setenv("HOME", path("fresh/home").c_str(), 1);
   Simulator simulator({}, errorFile());
-  EXPECT_TRUE(
-      waitFor([&] { return fs::exists(path("fresh/home/.orvane/pellion/var/run/http.uri")); }));
-  EXPECT_TRUE(fs::is_directory(path("fresh/home/.orvane/pellion/etc")));
-  EXPECT_TRUE(fs::exists(path("fresh/home/.orvane/pellion/var/log/orvane-pellion.log")));
+  const std::string tree = path("fresh/home/.orvane/pellion/");
+  EXPECT_TRUE(waitFor([&] { return fs::exists(tree + "var/run/http.uri"); }));
+  EXPECT_TRUE(fs::is_directory(tree + "etc"));
+  EXPECT_TRUE(fs::exists(tree + "var/log/orvane-pellion.log"));
 }
 
 TEST_F(SimulatorRuntime, refusesASecondCopyAndNamesTheFirst) {
@@ -58,11 +57,9 @@ TEST_F(SimulatorRuntime, refusesASecondCopyAndNamesTheFirst) {
 }
 
 TEST_F(SimulatorRuntime, startsOverTheFilesOfAKilledOne) {
-  {
-    const auto killed = start();
-    killed->signal(SIGKILL);
-    EXPECT_EQ(killed->wait(), -SIGKILL);
-  }
+  const auto killed = start();
+  killed->signal(SIGKILL);
+  EXPECT_EQ(killed->wait(), -SIGKILL);
   ASSERT_TRUE(fs::exists(dataPath("var/run/http.uri")));
   const auto next = start();
   EXPECT_THAT(request("GET", "/v4/pellion/version", ""), HasSubstr("Orvane Pellion"));
@@ -73,7 +70,7 @@ TEST_F(SimulatorRuntime, exitsOnRequestInTheMiddleOfTransfers) {
   const test_support::ScriptedServer server(test_support::httpResponse(std::string(200'000, 'x')));
   const auto simulator = start({"--rate-limit", "2000"});
   for (int i = 0; i < 5; ++i) {
-    transfer({"http://127.0.0.1:" + std::to_string(server.port()) + "/file"}, "");
+    transfer({urlOf(server, "/file")}, "");
   }
   ASSERT_TRUE(waitFor([&] { return activity().transfers[0].written > 0; }));
   ASSERT_FALSE(filesBelow("Downloads").empty());
@@ -119,14 +116,12 @@ TEST_F(SimulatorRuntime, checksItsCommandLine) {
 }
 
 TEST_F(SimulatorRuntime, movesToTheGivenPort) {
-  int wanted;
-  {
-    const auto first = start();
-    wanted = port();
-  }
-  const auto next = start({"--port", std::to_string(wanted), "--verbose"});
-  EXPECT_EQ(port(), wanted);
-  EXPECT_THAT(readFile(errorFile()), HasSubstr("listens on port " + std::to_string(wanted)));
+  auto simulator = start();
+  const std::string wanted = std::to_string(port());
+  simulator.reset();
+  simulator = start({"--port", wanted, "--verbose"});
+  EXPECT_EQ(std::to_string(port()), wanted);
+  EXPECT_THAT(readFile(errorFile()), HasSubstr("listens on port " + wanted));
 }
 
 }  // namespace

@@ -13,7 +13,6 @@
 #include <filesystem>
 #include <stdexcept>
 
-#include "tests/support/ScriptedServer.h"
 #include "tests/support/WaitFor.h"
 
 namespace test_support {
@@ -22,40 +21,33 @@ namespace {
 
 namespace fs = std::filesystem;
 
-yajl_val member(yajl_val node, const char* name) {
+yajl_val member(yajl_val node, const char* name, yajl_type type) {
   const char* path[] = {name, nullptr};
-  return yajl_tree_get(node, path, yajl_t_any);
+  return yajl_tree_get(node, path, type);
 }
 
 std::string text(yajl_val node, const char* name) {
-  const yajl_val value = member(node, name);
-  return YAJL_IS_STRING(value) ? YAJL_GET_STRING(value) : "?";
+  const yajl_val value = member(node, name, yajl_t_string);
+  return value != nullptr ? YAJL_GET_STRING(value) : "?";
 }
 
 long long number(yajl_val node, const char* name) {
-  const yajl_val value = member(node, name);
+  const yajl_val value = member(node, name, yajl_t_number);
   return YAJL_IS_INTEGER(value) ? YAJL_GET_INTEGER(value) : -1;
 }
 
 std::vector<yajl_val> items(yajl_val node, const char* name) {
-  const yajl_val list = member(node, name);
-  if (!YAJL_IS_ARRAY(list)) {
-    return {};
-  }
-  return {list->u.array.values, list->u.array.values + list->u.array.len};
+  const yajl_val list = member(node, name, yajl_t_array);
+  return list == nullptr ? std::vector<yajl_val>()
+                         : std::vector<yajl_val>(list->u.array.values,
+                                                 list->u.array.values + list->u.array.len);
 }
 
 Activity readActivity(yajl_val node) {
-  Activity activity;
-  activity.id = text(node, "id");
-  activity.appId = text(node, "app_id");
-  activity.direction = text(node, "direction");
-  activity.status = text(node, "status");
-  activity.error = text(node, "error");
-  activity.written = number(node, "bytes_written");
-  activity.expected = number(node, "bytes_expected");
-  activity.percentage = number(node, "percentage");
-  activity.rate = number(node, "rate");
+  Activity activity = {
+      text(node, "id"),           text(node, "direction"),       text(node, "status"),
+      text(node, "error"),        number(node, "bytes_written"), number(node, "bytes_expected"),
+      number(node, "percentage"), number(node, "rate"),          {}};
   for (const yajl_val file : items(node, "files")) {
     activity.paths.push_back(text(file, "path"));
   }
@@ -68,10 +60,6 @@ std::string escapedXml(const std::string& plain) {
     xml += c == '&' ? "&amp;" : c == '<' ? "&lt;" : c == '>' ? "&gt;" : std::string(1, c);
   }
   return xml;
-}
-
-bool isFinished(const Activity& activity) {
-  return activity.status != "initiating" && activity.status != "running";
 }
 
 }  // namespace
@@ -215,12 +203,12 @@ ActivityAnswer SimulatorTest::activity(const std::string& token, const std::stri
 Activity SimulatorTest::waitForEnd(const std::string& id) const {
   Activity found;
   const bool ended = waitFor([&] {
-    const ActivityAnswer answer = activity();
-    const auto transfer =
-        std::find_if(answer.transfers.begin(), answer.transfers.end(),
-                     [&](const Activity& one) { return id.empty() || one.id == id; });
-    found = transfer != answer.transfers.end() ? *transfer : Activity();
-    return !found.id.empty() && isFinished(found);
+    for (const Activity& one : activity().transfers) {
+      if (id.empty() || one.id == id) {
+        found = one;
+      }
+    }
+    return !found.id.empty() && found.status != "initiating" && found.status != "running";
   });
   if (!ended) {
     throw std::runtime_error("the transfer does not end; it is " + found.status);

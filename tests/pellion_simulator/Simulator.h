@@ -8,12 +8,13 @@
 #include <vector>
 
 #include "tests/support/Sandbox.h"
+#include "tests/support/ScriptedServer.h"
 
 namespace test_support {
 
 // One transfer as the activity feed tells it.
 struct Activity {
-  std::string id, appId, direction, status, error;
+  std::string id, direction, status, error;
   long long written = 0, expected = 0, percentage = 0, rate = 0;
   std::vector<std::string> paths;
 };
@@ -60,6 +61,9 @@ class SimulatorTest : public Sandbox {
   std::string ownLog() const { return readFile(dataPath("var/log/orvane-pellion.log")); }
   int port() const;
 
+  static std::string urlOf(const ScriptedServer& server, const std::string& path) {
+    return "http://127.0.0.1:" + std::to_string(server.port()) + path;
+  }
   // Sends the bytes and reads until the peer closes.
   std::string exchange(const std::string& request) const;
   // As the plugin sends it: no Host header, and a length in any case.

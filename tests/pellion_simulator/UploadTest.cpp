@@ -3,7 +3,6 @@
 #include <filesystem>
 
 #include "tests/pellion_simulator/Simulator.h"
-#include "tests/support/ScriptedServer.h"
 
 namespace {
 
@@ -50,7 +49,7 @@ TEST_F(SimulatorUpload, copiesFilesAndDirectories) {
 
 TEST_F(SimulatorUpload, putsToHttp) {
   const ScriptedServer server(httpResponse("", "201 Created"));
-  const std::string url = "http://127.0.0.1:" + std::to_string(server.port());
+  const std::string url = urlOf(server, "");
   const auto simulator = start();
   const std::string file = "file://" + path("a b%20#?.bin");
   EXPECT_EQ(waitForEnd(transfer({file}, url + "/put here?key=1")).status, "completed");
@@ -67,20 +66,18 @@ TEST_F(SimulatorUpload, putsToHttp) {
 
 TEST_F(SimulatorUpload, saysWhyItFailed) {
   const ScriptedServer refusing(httpResponse("no", "403 Forbidden"));
-  const ScriptedServer elsewhere(
-      "HTTP/1.1 307 Temporary Redirect\r\nLocation: /x\r\nContent-Length: 0\r\n\r\n");
+  const ScriptedServer elsewhere(httpResponse("", "307 Temporary Redirect\r\nLocation: /x"));
   const auto simulator = start();
   fs::create_directories(path("hollow"));
-  const auto url = [](const ScriptedServer& server) {
-    return "http://127.0.0.1:" + std::to_string(server.port()) + "/";
-  };
   const struct {
     std::vector<std::string> sources;
     std::string destination;
     const char* error;
   } kCases[] = {
-      {{path("tree/one")}, url(refusing), "one: the server answered \"403 Forbidden\""},
-      {{path("tree/one")}, url(elsewhere), "one: the server answered \"307 Temporary Redirect\""},
+      {{path("tree/one")}, urlOf(refusing, "/"), "one: the server answered \"403 Forbidden\""},
+      {{path("tree/one")},
+       urlOf(elsewhere, "/"),
+       "one: the server answered \"307 Temporary Redirect\""},
       {{path("tree/one"), path("gone")}, path("to/"), "gone: No such file or directory"},
       {{path("hollow")}, path("to/"), "there is no file in "},
       {{path("tree/one")}, "ftp://127.0.0.1/", "uploads go to http, https and file destinations"},
@@ -99,9 +96,8 @@ TEST_F(SimulatorUpload, readsTransferSpecs) {
   const ScriptedServer server(httpResponse(""));
   const auto simulator = start();
   request("POST", "/v4/transfers/start",
-          R"({"transfer_specs":[{"transfer_spec":{"direction":"send","remote_url":)"
-          R"("http://127.0.0.1:)" +
-              std::to_string(server.port()) + R"(/root","destination_root":"/in box/","paths":[)" +
+          R"({"transfer_specs":[{"transfer_spec":{"direction":"send","remote_url":")" +
+              urlOf(server, "/root") + R"(","destination_root":"/in box/","paths":[)" +
               R"({"source":")" + path("tree/one") + R"(","destination":"uno"}]}}]})");
   EXPECT_EQ(waitForEnd().status, "completed");
   EXPECT_THAT(server.requests(), ElementsAre(StartsWith("PUT /root/in%20box/uno HTTP/1.1\r\n")));

@@ -1,9 +1,8 @@
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 
-#include <filesystem>
 #include <stdexcept>
 
+#include "ovlib/overrno.h"
 #include "ovlib/ovlog.h"
 #include "plugin/src/File.h"
 #include "plugin/src/FileSystem.h"
@@ -15,8 +14,9 @@
 namespace {
 
 using Pellion::Web::PellionApp;
-using test_support::writeFile;
+namespace PluginUtils = Pellion::Web::Utils;
 
+// Its log starts without asking for the home directory.
 class FileSystem : public test_support::Sandbox {
  protected:
   using Paths = Pellion::Web::FileSystem;
@@ -40,98 +40,90 @@ TEST_F(FileSystem, buildsEachPathOnceBelowTheHomeDirectory) {
 
 TEST_F(FileSystem, announcesTheEmptyPluginDirectoryOnEveryCall) {
   EXPECT_EQ(Paths::pluginPath(), "");
-  const size_t once = logLines("Browser plugin directory: ").size();
-  // Another line between the two, so that the log does not fold them.
-  ov_log("between");
+  ov_log("between");  // so that the log does not fold the two
   EXPECT_EQ(Paths::pluginPath(), "");
-  EXPECT_EQ(once, 1u);
   EXPECT_EQ(logLines("Browser plugin directory: ").size(), 2u);
 }
 
-TEST_F(FileSystem, withoutAHomeDirectoryThrowsAndRecovers) {
+TEST_F(FileSystem, withoutAUsableHomeDirectoryThrowsAndTheLocatorReports) {
+  setenv("HOME", ("/" + std::string(8190, 'h')).c_str(), 1);
+  EXPECT_THROW(Paths::appDataPath(), std::runtime_error);
   unsetenv("HOME");
   EXPECT_THROW(Paths::appDataPath(), std::runtime_error);
   EXPECT_THROW(Paths::pellionAppDataPath(), std::runtime_error);
   EXPECT_THROW(Paths::logPath(), std::runtime_error);
-  EXPECT_EQ(Paths::pluginPath(), "");
-  setenv("HOME", home().c_str(), 1);
-  EXPECT_EQ(Paths::pellionAppDataPath(), home() + "/.orvane/pellion");
-}
-
-TEST_F(FileSystem, withoutAHomeDirectoryTheLocatorReportsAndDoesNotThrow) {
-  unsetenv("HOME");
   EXPECT_FALSE(PellionApp::url().valid());
   EXPECT_EQ(logLines("Failed to get Pellion URL: No home directory").size(), 1u);
   EXPECT_FALSE(PellionApp::launch());
   EXPECT_EQ(logLines("Failed to determine Orvane Pellion executable path").size(), 1u);
   EXPECT_EQ(PellionApp::pid(), 0);
   EXPECT_TRUE(PellionApp::terminate());
+  setenv("HOME", home().c_str(), 1);
+  EXPECT_EQ(Paths::pellionAppDataPath(), home() + "/.orvane/pellion");
 }
 
-TEST_F(FileSystem, refusesAHomeDirectoryTooLongForItsBuffer) {
-  setenv("HOME", ("/" + std::string(8190, 'h')).c_str(), 1);
-  EXPECT_THROW(Paths::appDataPath(), std::runtime_error);
-}
-
-class File : public FileSystem {
- protected:
-  std::string readWhole(const std::string& name) const {
-    Pellion::Web::File file(path(name));
-    file.open();
-    return file.read();
+TEST_F(FileSystem, readsAFileUpToItsFirstZeroByteWhileItIsOpen) {
+  const std::string large(100000, 'x');
+  const std::pair<std::string, std::string> cases[] = {
+      {std::string("before\0after", 12), "before"}, {large, large}, {"", ""}};
+  for (const auto& [content, expected] : cases) {
+    test_support::writeFile(path("file"), content);
+    Pellion::Web::File file(path("file"));
+    EXPECT_EQ(file.read(), "");
+    EXPECT_TRUE(file.open());
+    EXPECT_EQ(file.size(), content.size());
+    EXPECT_EQ(file.read(), expected);
+    file.close();
+    EXPECT_EQ(file.size(), 0u);
+    EXPECT_EQ(file.read(), "");
   }
+  const size_t descriptors = test_support::countDescriptors();
+  EXPECT_TRUE(Pellion::Web::File(path("file")).open());
+  EXPECT_EQ(test_support::countDescriptors(), descriptors);
+  Pellion::Web::File missing(path("missing"));
+  EXPECT_FALSE(missing.open());
+  EXPECT_EQ(logLines("File::open() failed: ").size(), 1u);
+}
+
+class Utils : public test_support::Sandbox {
+ protected:
+  ~Utils() override { PluginUtils::logCleanup(); }
 };
 
-TEST_F(File, readsUpToTheFirstZeroByte) {
-  using namespace std::string_literals;
-  const struct {
-    const char* label;
-    std::string content;
-    std::string expected;
-  } cases[] = {
-      {"whole", "http://127.0.0.1:1/\n", "http://127.0.0.1:1/\n"},
-      {"zero byte", "before\0after"s, "before"},
-      {"zero byte first", "\0after"s, ""},
-      {"empty", "", ""},
-      {"several pages", std::string(100000, 'x'), std::string(100000, 'x')},
-  };
-  for (const auto& c : cases) {
-    writeFile(path("file"), c.content);
-    EXPECT_EQ(readWhole("file"), c.expected) << c.label;
-  }
+TEST_F(Utils, startsTheLogOnceWithFullDetail) {
+  PluginUtils::logCleanup();
+  PluginUtils::logInit();
+  PluginUtils::logInit();
+  EXPECT_EQ(g_dbg_level, 3);
+  ov_dbg("a debug line");
+  EXPECT_EQ(logLines("a debug line").size(), 1u);
+  PluginUtils::logCleanup();
+  ov_err("after the end");
+  EXPECT_TRUE(logLines("after the end").empty());
+  PluginUtils::logInit();
+  ov_err("started again");
+  EXPECT_EQ(logLines("started again").size(), 1u);
 }
 
-TEST_F(File, whatCannotBeReadCountsAsEmpty) {
-  std::filesystem::create_directory(path("directory"));
-  ASSERT_EQ(mkfifo(path("pipe").c_str(), 0600), 0);
-  writeFile(path("sparse"), "text");
-  std::filesystem::resize_file(path("sparse"), uint64_t{1} << 40);
-  writeFile(path("large"), std::string(17 * 1024 * 1024, 'x'));
-  const struct {
-    const char* name;
-    bool opens;
-  } cases[] = {
-      {"missing", false}, {"pipe", false}, {"directory", true}, {"sparse", true}, {"large", true}};
-  for (const auto& c : cases) {
-    Pellion::Web::File file(path(c.name));
-    EXPECT_EQ(file.open(), c.opens) << c.name;
-    EXPECT_EQ(file.read(), "") << c.name;
-  }
-  EXPECT_EQ(logLines("File::open() failed: ").size(), 2u);
+TEST_F(Utils, logsExceptionTextsAsHarmlessFormats) {
+  PluginUtils::logInit();
+  PluginUtils::logException(std::runtime_error("50%% of %s%n"));
+  PluginUtils::logException("While testing", std::runtime_error("100%"));
+  EXPECT_EQ(logLines("50% of %s%n").size(), 1u);
+  EXPECT_EQ(logLines("While testing: 100%").size(), 1u);
 }
 
-TEST_F(File, isClosedBeforeOpenAndAfterClose) {
-  writeFile(path("file"), "text");
-  const size_t descriptors = test_support::countDescriptors();
-  Pellion::Web::File file(path("file"));
-  EXPECT_EQ(file.read(), "");
-  EXPECT_TRUE(file.open());
-  EXPECT_EQ(file.size(), 4u);
-  file.close();
-  EXPECT_EQ(file.size(), 0u);
-  EXPECT_EQ(file.read(), "");
-  EXPECT_EQ(readWhole("file"), "text");
-  EXPECT_EQ(test_support::countDescriptors(), descriptors);
+TEST_F(Utils, makesNoRequestWithoutAnAddress) {
+  EXPECT_EQ(PluginUtils::createHttpRequest(Pellion::Web::eContentJson), nullptr);
+  writeUrlFile("127.0.0.1:80");
+  EXPECT_EQ(PluginUtils::createHttpRequest("GET", "/", "", Pellion::Web::eContentJson), nullptr);
+}
+
+TEST_F(Utils, writesListsWithoutEscapingAndNamesErrors) {
+  EXPECT_EQ(PluginUtils::toJsonStr({}), "[]");
+  EXPECT_EQ(PluginUtils::toJsonStr({"a\"b", "", "c\\d"}), "[\"a\"b\",\"\",\"c\\d\"]");
+  EXPECT_EQ(PluginUtils::errorCodeToStr(OV_EUUID), "Could not create UUID string");
+  EXPECT_EQ(PluginUtils::errorCodeToStr(OV_ENOENT), "No such file or directory");
 }
 
 }  // namespace

@@ -6,10 +6,9 @@
 #include <thread>
 
 #include "plugin/src/RunnableScheduler.h"
-#include "plugin/src/Utils.h"
 #include "plugin/src/linux/OneShotManager.h"
 #include "tests/plugin/JobFakes.h"
-#include "tests/support/Sandbox.h"
+#include "tests/plugin/LoggedSandbox.h"
 #include "tests/support/WaitFor.h"
 
 namespace {
@@ -17,19 +16,12 @@ namespace {
 using Pellion::Web::OneShotManager;
 using testing::ElementsAre;
 
-class RunnableScheduler : public test_support::Sandbox {
+class RunnableScheduler : public LoggedSandbox {
  protected:
   using Scheduler = Pellion::Web::RunnableScheduler;
 
-  RunnableScheduler() {
-    Pellion::Web::Utils::logInit();
-    FakeJob::stops = 0;
-    Scheduler::init();
-  }
-  ~RunnableScheduler() override {
-    Scheduler::cleanup();
-    Pellion::Web::Utils::logCleanup();
-  }
+  RunnableScheduler() { Scheduler::init(); }
+  ~RunnableScheduler() override { Scheduler::cleanup(); }
 
   // A job that notes "run NAME", with a callback that notes "told NAME".
   void schedule(OneShotManager* manager, const std::string& name) {

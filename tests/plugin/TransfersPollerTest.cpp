@@ -3,8 +3,7 @@
 #include <mutex>
 
 #include "plugin/src/TransfersPoller.h"
-#include "plugin/src/Utils.h"
-#include "tests/support/Sandbox.h"
+#include "tests/plugin/LoggedSandbox.h"
 #include "tests/support/ScriptedServer.h"
 #include "tests/support/WaitFor.h"
 
@@ -17,7 +16,7 @@ using test_support::sendAll;
 using test_support::waitFor;
 using testing::ElementsAre;
 
-class TransfersPoller : public test_support::Sandbox {
+class TransfersPoller : public LoggedSandbox {
  protected:
   // Notes "NAME BODY" for every event.
   class Listener : public Pellion::Web::TransferEventListener {
@@ -33,13 +32,18 @@ class TransfersPoller : public test_support::Sandbox {
     std::string _name;
   };
 
-  TransfersPoller() { Pellion::Web::Utils::logInit(); }
-  ~TransfersPoller() override { Pellion::Web::Utils::logCleanup(); }
-
   std::vector<std::string> events() {
     std::lock_guard<std::mutex> lock(_mutex);
     return _events;
   }
+  void finish() {
+    poller.stop();
+    poller.join();
+    poller.reap();
+    EXPECT_TRUE(poller.isDone());
+  }
+
+  Pellion::Web::TransfersPoller poller;
 
  private:
   std::mutex _mutex;
@@ -61,7 +65,6 @@ TEST_F(TransfersPoller, carriesTheTokenAndHandsGoodAnswersToItsListeners) {
   });
   writeUrlFile(server.port());
   Listener a(this, "a"), b(this, "b"), stranger(this, "stranger");
-  Pellion::Web::TransfersPoller poller;
   poller.setAppId("app 1");
   for (Listener* listener : {&b, &a, &b}) {
     poller.addListener(listener);
@@ -71,9 +74,7 @@ TEST_F(TransfersPoller, carriesTheTokenAndHandsGoodAnswersToItsListeners) {
   poller.removeListener(&b);
   poller.removeListener(&stranger);
   ASSERT_TRUE(waitFor([&] { return events().size() >= 7; }));
-  poller.stop();
-  poller.join();
-  poller.reap();
+  finish();
 
   std::vector<std::string> seen = events();
   seen.resize(7);
@@ -98,20 +99,15 @@ TEST_F(TransfersPoller, carriesTheTokenAndHandsGoodAnswersToItsListeners) {
 
 TEST_F(TransfersPoller, withoutAnAddressItIdlesAndLaunchesNothing) {
   installApplication("#!/bin/sh\ntouch " + path("launched") + "\n");
-  Pellion::Web::TransfersPoller poller;
   poller.setAppId("app");
   poller.start();
   ASSERT_TRUE(waitFor([&] { return !logLines("Failed to read Orvane Pellion URL").empty(); }));
-  poller.stop();
-  poller.join();
-  poller.reap();
-  EXPECT_TRUE(poller.isDone());
+  finish();
   EXPECT_EQ(test_support::readFile(path("launched")), "");
   EXPECT_EQ(logLines("Launching").size(), 0u);
 }
 
 TEST_F(TransfersPoller, anAnswerThatArrivesAfterTheStopIsDropped) {
-  Pellion::Web::TransfersPoller poller;
   ScriptedServer server([&](int connection, const std::string&, size_t) {
     poller.stop();
     sendAll(connection, httpResponse("{}"));
@@ -121,20 +117,13 @@ TEST_F(TransfersPoller, anAnswerThatArrivesAfterTheStopIsDropped) {
   poller.addListener(&listener);
   poller.start();
   ASSERT_TRUE(waitFor([&] { return poller.isDone(); }));
-  poller.join();
-  poller.reap();
+  finish();
   EXPECT_THAT(events(), ElementsAre());
   EXPECT_EQ(server.requestCount(), 1u);
 }
 
 TEST_F(TransfersPoller, misuseFailsAnAssertion) {
-  EXPECT_DEATH(
-      {
-        Pellion::Web::TransfersPoller poller;
-        poller.start();
-      },
-      "!_started \\|\\| isDone\\(\\)");
-  Pellion::Web::TransfersPoller poller;
+  EXPECT_DEATH({ Pellion::Web::TransfersPoller().start(); }, "!_started \\|\\| isDone\\(\\)");
   EXPECT_DEATH(poller.addListener(nullptr), "l != __null");
   EXPECT_DEATH(poller.removeListener(nullptr), "l != __null");
 }

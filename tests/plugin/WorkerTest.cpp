@@ -1,7 +1,6 @@
 #include <gmock/gmock.h>
 #include <pthread.h>
 
-#include <algorithm>
 #include <chrono>
 #include <future>
 #include <stdexcept>
@@ -9,16 +8,14 @@
 #include "plugin/src/SingleJobWorker.h"
 #include "plugin/src/SystemException.h"
 #include "plugin/src/TransfersPoller.h"
-#include "plugin/src/Utils.h"
 #include "plugin/src/Worker.h"
 #include "tests/plugin/JobFakes.h"
-#include "tests/support/Sandbox.h"
+#include "tests/plugin/LoggedSandbox.h"
 #include "tests/support/WaitFor.h"
 
 namespace {
 
 using Pellion::Web::SingleJobWorker;
-using Pellion::Web::SystemException;
 using test_support::countThreads;
 using test_support::waitFor;
 
@@ -44,26 +41,14 @@ class TwoStepWorker : public Pellion::Web::Worker {
   std::atomic<bool> _stopRequested{false};
 };
 
-class Worker : public test_support::Sandbox {
+class Worker : public LoggedSandbox {
  protected:
-  Worker() { Pellion::Web::Utils::logInit(); }
-  ~Worker() override { Pellion::Web::Utils::logCleanup(); }
-
   // Taken after a first thread, since a sanitizer may start its own with it.
   const size_t _threadsAtStart = (std::thread([] {}).join(), countThreads());
   bool threadsAreBack() const {
     return waitFor([&] { return countThreads() == _threadsAtStart; });
   }
 };
-
-std::string failureOf(const std::function<void()>& call) {
-  try {
-    call();
-  } catch (const SystemException& e) {
-    return e.what();
-  }
-  return "nothing thrown";
-}
 
 TEST_F(Worker, joinsARunningThreadAndLeavesEveryOtherAlone) {
   TwoStepWorker neverStarted;
@@ -98,57 +83,29 @@ TEST_F(Worker, reapWaitsForTheThreadThatJoinSkips) {
   EXPECT_TRUE(threadsAreBack());
 }
 
-size_t countMappings() {
-  const std::string maps = test_support::readFile("/proc/self/maps");
-  return static_cast<size_t>(std::count(maps.begin(), maps.end(), '\n'));
+std::string failureOf(const std::function<void()>& call) {
+  try {
+    call();
+  } catch (const Pellion::Web::SystemException& e) {
+    return e.what();
+  }
+  return "nothing thrown";
 }
-
-TEST_F(Worker, thousandsOfShortLivesLeaveNeitherThreadNorStack) {
-  const size_t mappingsAtStart = countMappings();
-  for (int i = 0; i < 3000; ++i) {
-    TwoStepWorker worker;
-    worker.start();
-    worker.stop();
-    // Each turn joins at another point of the thread's end.
-    const auto joinTime = std::chrono::steady_clock::now() + std::chrono::microseconds(i % 128);
-    while (std::chrono::steady_clock::now() < joinTime) {
-    }
-    worker.join();
-    worker.reap();
-  }
-  EXPECT_TRUE(threadsAreBack());
-  EXPECT_LT(countMappings(), mappingsAtStart + 200);
-}
-
-// No thread fits into the address space with this default stack.
-class HugeStacks {
- public:
-  HugeStacks() {
-    pthread_getattr_default_np(&_saved);
-    pthread_attr_t huge;
-    pthread_attr_init(&huge);
-    pthread_attr_setstacksize(&huge, size_t{1} << 47);
-    pthread_setattr_default_np(&huge);
-    pthread_attr_destroy(&huge);
-  }
-  ~HugeStacks() {
-    pthread_setattr_default_np(&_saved);
-    pthread_attr_destroy(&_saved);
-  }
-
- private:
-  pthread_attr_t _saved;
-};
 
 TEST_F(Worker, aThreadThatCannotBeMadeIsReportedAndCanBeRetried) {
   Pellion::Web::TransfersPoller abandoned;
   TwoStepWorker worker;
-  {
-    const HugeStacks hugeStacks;
-    const std::string failure = "Failed to spawn thread: Resource temporarily unavailable (11)";
-    EXPECT_EQ(failureOf([&] { worker.start(); }), failure);
-    EXPECT_EQ(failureOf([&] { abandoned.start(); }), failure);
-  }
+  pthread_attr_t usual, huge;  // no thread with a huge stack fits into the address space
+  pthread_getattr_default_np(&usual);
+  pthread_attr_init(&huge);
+  pthread_attr_setstacksize(&huge, size_t{1} << 47);
+  pthread_setattr_default_np(&huge);
+  const std::string failure = "Failed to spawn thread: Resource temporarily unavailable (11)";
+  EXPECT_EQ(failureOf([&] { worker.start(); }), failure);
+  EXPECT_EQ(failureOf([&] { abandoned.start(); }), failure);
+  pthread_setattr_default_np(&usual);
+  pthread_attr_destroy(&usual);
+  pthread_attr_destroy(&huge);
   worker.reap();
   EXPECT_EQ(failureOf([&] { worker.join(); }), "Failed to join thread: No such process (3)0");
   EXPECT_EQ(logLines("Failed to join thread: No such process (3)0").size(), 1u);
@@ -173,11 +130,12 @@ TEST_F(Worker, anExceptionEndsTheThreadAndNotTheProcess) {
 TEST_F(Worker, aSingleJobReportsUnlessItWasInterrupted) {
   const struct {
     const char* label;
-    bool stopFirst, throws;
+    bool stopFirst, throws, hasCallback;
     int runs, told;
-  } kCases[] = {{"runs", false, false, 1, 1},
-                {"is stopped before it runs", true, false, 0, 0},
-                {"throws", false, true, 1, 1}};
+  } kCases[] = {{"runs", false, false, true, 1, 1},
+                {"is stopped before it runs", true, false, true, 0, 0},
+                {"throws", false, true, true, 1, 1},
+                {"has no callback", false, false, false, 1, 0}};
   for (const auto& c : kCases) {
     SCOPED_TRACE(c.label);
     int runs = 0, told = 0;
@@ -189,8 +147,8 @@ TEST_F(Worker, aSingleJobReportsUnlessItWasInterrupted) {
     };
     {
       void* data = nullptr;
-      auto* callback = new FakeCallback([&](void* d) { ++told, data = d; });
-      SingleJobWorker worker(new FakeJob(job), callback);
+      const auto note = [&](void* d) { ++told, data = d; };
+      SingleJobWorker worker(new FakeJob(job), c.hasCallback ? new FakeCallback(note) : nullptr);
       if (c.stopFirst) {
         worker.stop();
       }
@@ -207,13 +165,6 @@ TEST_F(Worker, aSingleJobReportsUnlessItWasInterrupted) {
     EXPECT_EQ(told, c.told);
     EXPECT_EQ(FakeJob::alive + FakeCallback::alive, 0);
   }
-}
-
-TEST_F(Worker, aSingleJobNeedsNoCallback) {
-  bool ran = false;
-  SingleJobWorker worker(new FakeJob([&] { ran = true; }), nullptr);
-  worker.run();
-  EXPECT_TRUE(ran && worker.isDone());
 }
 
 }  // namespace

@@ -1,4 +1,3 @@
 orvane_test(net_test
-  SOURCES HttpExchangeTest.cpp ResponseReadingTest.cpp HttpResponseTest.cpp SocketTest.cpp
-          UrlTest.cpp JsonTest.cpp EscaperTest.cpp SystemCallFaults.cpp
+  SOURCES HttpTest.cpp SocketTest.cpp TextsTest.cpp
   LIBS pellion_core)

@@ -21,7 +21,7 @@ FakeBrowser::FakeBrowser() : _functions(), _mainThread(std::this_thread::get_id(
   _window = newObject();
   _location = newObject();
   _window->set("location", static_cast<NPObject*>(_location));
-  setHostname("www.orvane.example");
+  _location->set("hostname", "www.orvane.example");
 }
 
 FakeBrowser::~FakeBrowser() {
@@ -90,6 +90,11 @@ NPIdentifier FakeBrowser::stringIdentifier(const std::string& name) {
 
 std::string FakeBrowser::nameOf(NPIdentifier identifier) const {
   return static_cast<Identifier*>(identifier)->text;
+}
+
+bool FakeBrowser::failsNow() {
+  ++_allocations;
+  return _allocationsUntilFailure > 0 && --_allocationsUntilFailure == 0;
 }
 
 void* FakeBrowser::allocate(uint32_t size, std::set<void*>& blocks) {

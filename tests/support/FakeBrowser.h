@@ -44,11 +44,7 @@ class FakeBrowser {
   void dropObject(PageObject* object);
   PageObject* window() { return _window; }
   PageObject* location() { return _location; }
-  // "www.orvane.example" until set.
-  void setHostname(const std::string& hostname) { _location->set("hostname", hostname); }
   void setUserAgent(const std::string& userAgent) { _userAgent = userAgent; }
-  // The answer to a question for the native window; 0 until set.
-  void setNativeWindow(unsigned long window) { _nativeWindow = window; }
 
   // Script access to any object, as the page has it; false and empty when the object refuses.
   // Results are released as an engine does, texts and objects alike.
@@ -83,17 +79,16 @@ class FakeBrowser {
   size_t queuedCalls() const;
 
   // The counts.
-  struct GetUrl {
-    std::string url;
-    bool hasTarget;
-  };
-  const std::vector<GetUrl>& fetchedUrls() const { return _fetchedUrls; }
+  const std::vector<std::string>& fetchedUrls() const { return _fetchedUrls; }
   void setGetUrlResult(NPError result) { _getUrlResult = result; }
   // Live blocks of the browser's memory. The texts of identifiers are counted apart.
   size_t liveBlocks() const { return _blocks.size(); }
   size_t liveNames() const { return _names.size(); }
-  // The n-th allocation from now (the first is 1) answers null.
+  // The n-th allocation from now (the first is 1) answers null, be it of memory or of a name's
+  // text; none for 0.
   void failAllocation(int n) { _allocationsUntilFailure = n; }
+  // How many the plugin has asked for.
+  int allocations() const { return _allocations; }
   // The types of the variants that the plugin gave back, in order.
   const std::vector<NPVariantType>& releasedVariants() const { return _releasedVariants; }
   // How often the plugin retained and released an object.
@@ -122,6 +117,7 @@ class FakeBrowser {
   void checkMain(const char* function);
   void checkInstance(NPP instance, const char* function);
   void checkObject(NPObject* object, const char* function);
+  bool failsNow();
   void* allocate(uint32_t size, std::set<void*>& blocks);
   void release(void* memory);
   NPObject* adopt(NPP instance, NPObject* object, NPClass* objectClass);
@@ -136,12 +132,12 @@ class FakeBrowser {
   PageObject* _window;
   PageObject* _location;
   std::string _userAgent = "FakeBrowser/1.0";
-  unsigned long _nativeWindow = 0;
   Pending _pending = Pending::kDropped;
   NPError _getUrlResult = NPERR_NO_ERROR;
-  std::vector<GetUrl> _fetchedUrls;
+  std::vector<std::string> _fetchedUrls;
   std::set<void*> _blocks;
   std::set<void*> _names;
+  int _allocations = 0;
   int _allocationsUntilFailure = 0;
   std::vector<NPVariantType> _releasedVariants;
   std::map<const NPObject*, int> _retains;

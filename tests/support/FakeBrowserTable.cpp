@@ -19,7 +19,10 @@ struct FakeBrowser::Table {
 
   static NPError geturl(NPP instance, const char* url, const char* target) {
     FakeBrowser& browser = onMain(instance, "geturl");
-    browser._fetchedUrls.push_back({url, target != nullptr});
+    browser._fetchedUrls.push_back(url);
+    if (target != nullptr) {
+      browser.breach("geturl was called for a window of the page");
+    }
     return browser._getUrlResult;
   }
 
@@ -27,10 +30,7 @@ struct FakeBrowser::Table {
 
   static void* memalloc(uint32_t size) {
     FakeBrowser& browser = onMain("memalloc");
-    if (browser._allocationsUntilFailure > 0 && --browser._allocationsUntilFailure == 0) {
-      return nullptr;
-    }
-    return browser.allocate(size, browser._blocks);
+    return browser.failsNow() ? nullptr : browser.allocate(size, browser._blocks);
   }
 
   static void memfree(void* memory) { onMain("memfree").release(memory); }
@@ -41,7 +41,7 @@ struct FakeBrowser::Table {
       browser.retain(browser._window);
       *static_cast<NPObject**>(value) = browser._window;
     } else if (variable == NPNVnetscapeWindow) {
-      *static_cast<unsigned long*>(value) = browser._nativeWindow;
+      *static_cast<unsigned long*>(value) = 0;
     } else {
       return NPERR_GENERIC_ERROR;
     }
@@ -68,7 +68,7 @@ struct FakeBrowser::Table {
   static NPUTF8* utf8fromidentifier(NPIdentifier identifier) {
     FakeBrowser& browser = onMain("utf8fromidentifier");
     const Identifier* source = static_cast<Identifier*>(identifier);
-    if (!source->isString) {
+    if (!source->isString || browser.failsNow()) {
       return nullptr;
     }
     const size_t size = source->text.size() + 1;

@@ -6,21 +6,23 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <cstdlib>
 #include <stdexcept>
 
 namespace test_support {
 
 namespace {
 
-bool isWhole(const std::string& request) {
-  const size_t end = request.find("\r\n\r\n");
+// npos until the header block is there; what stands before `from` was searched before.
+size_t wholeSize(const std::string& request, size_t from) {
+  const size_t end = request.find("\r\n\r\n", from < 3 ? 0 : from - 3);
   if (end == std::string::npos) {
-    return false;
+    return end;
   }
-  const size_t length = request.find("Content-Length: ");
-  const size_t announced =
-      length < end ? std::stoul(request.substr(length + sizeof("Content-Length: ") - 1)) : 0;
-  return request.size() >= end + 4 + announced;
+  const char kLength[] = "Content-Length: ";
+  const size_t length = request.find(kLength);
+  const char* announced = length < end ? &request[length + sizeof(kLength) - 1] : "0";
+  return end + 4 + std::strtoul(announced, nullptr, 10);
 }
 
 }  // namespace
@@ -63,6 +65,11 @@ size_t ScriptedServer::requestCount() const {
   return _requests.size();
 }
 
+void ScriptedServer::refuseFurther() {
+  close(_listener);
+  _listener = -1;
+}
+
 void ScriptedServer::serve() {
   for (;;) {
     pollfd watched[] = {{_listener, POLLIN, 0}, {_wake[0], POLLIN, 0}};
@@ -80,15 +87,20 @@ void ScriptedServer::serve() {
 
 void ScriptedServer::handle(int connection) {
   std::string request;
-  char buffer[4096];
-  while (!isWhole(request)) {
+  char buffer[65536];
+  size_t wanted = std::string::npos;
+  while (request.size() < wanted) {
     pollfd watched[] = {{connection, POLLIN, 0}, {_wake[0], POLLIN, 0}};
     poll(watched, 2, -1);
     const ssize_t got = watched[1].revents != 0 ? 0 : recv(connection, buffer, sizeof(buffer), 0);
     if (got <= 0) {
       return;
     }
+    const size_t before = request.size();
     request.append(buffer, static_cast<size_t>(got));
+    if (wanted == std::string::npos) {
+      wanted = wholeSize(request, before);
+    }
   }
   size_t index;
   {

@@ -31,6 +31,8 @@ class ScriptedServer {
   // The bytes of all requests so far, in order of arrival.
   std::vector<std::string> requests() const;
   size_t requestCount() const;
+  // For a script: who connects from now on is refused.
+  void refuseFurther();
 
  private:
   void serve();

@@ -20,20 +20,12 @@ const bool kLoaded = [] {
 
 }  // namespace
 
-#define ODD_EXPORT extern "C" __attribute__((visibility("default")))
+#pragma GCC visibility push(default)
+extern "C" {
+// Nobody calls them.
+int NP_Initialize, NP_Shutdown, NP_GetEntryPoints, NP_GetValue;
 
-ODD_EXPORT int NP_Initialize() {
-  return 0;
-}
-ODD_EXPORT int NP_Shutdown() {
-  return 0;
-}
-ODD_EXPORT int NP_GetEntryPoints() {
-  return 0;
-}
-ODD_EXPORT int NP_GetValue() {
-  return 0;
-}
-ODD_EXPORT const char* NP_GetMIMEDescription() {
+const char* NP_GetMIMEDescription() {
   return kLoaded ? "application/x-odd::Odd" : nullptr;
+}
 }

@@ -74,14 +74,6 @@ TEST_F(Engine, passesRequestsThroughAndTellsThePageOfTransfers) {
   EXPECT_THAT(requestedPaths(), testing::Not(testing::Contains("/files/never.bin")));
 }
 
-TEST_F(Engine, bringsUpTheApplicationsWindows) {
-  runPage(fileAddress("windows.html"));
-  for (const char* title :
-       {"About Orvane Pellion", "Orvane Pellion .* Preferences", "Orvane Pellion .* Transfers"}) {
-    EXPECT_NO_THROW(user::waitForWindow(title)) << title;
-  }
-}
-
 TEST_F(Engine, letsAUserChooseInDialogs) {
   makeFile("report.bin", 100000);
   fs::create_directories(path("chosen/below"));
@@ -127,6 +119,8 @@ TEST_F(Engine, keepsInstancesApart) {
   runPage(fileAddress("instances.html"));
 }
 
+// Not inside a drop observer's call: the engine never shows the drop area. The tests of the
+// documentation do that, with the page host.
 TEST_F(Engine, survivesTheRemovalOfItsElementAtAnyMoment) {
   open(httpAddress("removal.html"));
   waitForLine("dialog: save for the dead");
@@ -171,7 +165,6 @@ TEST_F(Engine, takesOnlyTheStreamThatIsItsPicture) {
        http + "picture.png", "NewStream Write Write Write DestroyStream "},
       {"a picture with a relative address", httpAddress(""), http + "picture.png",
        "files/picture.png", "NewStream Write DestroyStream "},
-      {"no picture", httpAddress(""), http + "picture.png", "", "NewStream Write DestroyStream "},
       {"a missing picture", httpAddress(""), http + "missing", http + "missing",
        "NewStream DestroyStream "},
       {"the picture in a file", fileAddress(""), file + "picture.png", file + "picture.png",

@@ -31,6 +31,7 @@ WebPage::WebPage() {
   writePathFile(APPLICATIONS);
   fs::create_directory(path("files"));
   _server.set_mount_point("/", PAGES);
+  _server.set_mount_point("/examples", EXAMPLES);
   _server.set_mount_point("/files", path("files"));
   _server.set_logger([this](const httplib::Request& request, const httplib::Response&) {
     std::lock_guard<std::mutex> lock(_mutex);
@@ -78,12 +79,15 @@ std::string WebPage::httpAddress(const std::string& page, const std::string& hos
   return "http://" + host + ":" + std::to_string(_port) + "/" + page;
 }
 
-void WebPage::open(const std::string& address, int seconds) {
+void WebPage::open(const std::string& address, int seconds, const std::string& script) {
   _transcript = address + "\n";
   _told = std::promise<std::string>();
   _whatIsTold = _told.get_future().share();
-  _host = std::make_unique<ChildProgram>(
-      std::vector<std::string>{WEB_HOST, address, std::to_string(seconds)});
+  std::vector<std::string> command = {WEB_HOST, address, std::to_string(seconds)};
+  if (!script.empty()) {
+    command.insert(command.end(), {PAGES "/checks.js", PAGES "/" + script});
+  }
+  _host = std::make_unique<ChildProgram>(command);
 }
 
 std::string WebPage::waitForLine(const std::string& text) {

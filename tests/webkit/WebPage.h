@@ -28,7 +28,8 @@ class WebPage : public DisplaySandbox {
   std::string fileAddress(const std::string& page) const;
   std::string httpAddress(const std::string& page, const std::string& host = "127.0.0.1") const;
 
-  void open(const std::string& address, int seconds = 60);
+  // `script`, of the test pages' directory, runs in a page that is not one of the tests' own.
+  void open(const std::string& address, int seconds = 60, const std::string& script = "");
   // Reads what the page says until a line that begins with `text`. The test fails, by a runtime
   // error, when the page ends first or says nothing for 20 seconds.
   std::string waitForLine(const std::string& text);
@@ -41,7 +42,6 @@ class WebPage : public DisplaySandbox {
   // While the page is open.
   size_t countHostThreads() const;
   size_t countHostDescriptors() const;
-  pid_t hostProcess() const { return _host->pid(); }
 
   // Does nothing when it does not run.
   void endApplication() const;

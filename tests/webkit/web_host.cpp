@@ -1,8 +1,10 @@
 #include <unistd.h>
 
 #include <QApplication>
+#include <QFile>
 #include <QSocketNotifier>
 #include <QTimer>
+#include <QWebFrame>
 #include <QWebPage>
 #include <QWebView>
 #include <cstdio>
@@ -10,7 +12,9 @@
 // A browser for one page, plugins enabled: prints the page's console, a line each, until the page
 // says "PAGE DONE <code>", which is then the exit status. "PAGE COLLECT" collects the garbage.
 //
-//   orvane-web-host URL [SECONDS]
+//   orvane-web-host URL [SECONDS [SCRIPT...]]
+//
+// The scripts run in the page once it has loaded, in a function: their names are not the page's.
 
 namespace {
 
@@ -60,6 +64,19 @@ class ConsolePage : public QWebPage {
   }
 };
 
+// A script that cannot be read counts as empty; the page then never says its last word.
+void runScripts(QWebPage& page, const QStringList& names) {
+  QByteArray scripts;
+  for (const QString& name : names) {
+    QFile file(name);
+    if (file.open(QIODevice::ReadOnly)) {
+      scripts += file.readAll();
+    }
+  }
+  page.mainFrame()->evaluateJavaScript(
+      QStringLiteral("(function() {%1\n})();").arg(QString::fromUtf8(scripts)));
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -67,7 +84,7 @@ int main(int argc, char** argv) {
   const int seconds = argc > 2 ? QString::fromLocal8Bit(argv[2]).toInt() : kDefaultSeconds;
   const QUrl url = argc > 1 ? QUrl(QString::fromLocal8Bit(argv[1])) : QUrl();
   if (!url.isValid() || seconds <= 0) {
-    std::fputs("Usage: orvane-web-host URL [SECONDS]\n", stderr);
+    std::fputs("Usage: orvane-web-host URL [SECONDS [SCRIPT...]]\n", stderr);
     return kBadUsage;
   }
 
@@ -75,10 +92,11 @@ int main(int argc, char** argv) {
   ConsolePage page;
   page.settings()->setAttribute(QWebSettings::PluginsEnabled, true);
   view.setPage(&page);
-  QObject::connect(&page, &QWebPage::loadFinished, [](bool loaded) {
+  QObject::connect(&page, &QWebPage::loadFinished, [&page](bool loaded) {
     if (!loaded) {
       giveUp(kLoadFailed, "the page cannot be loaded");
     }
+    runScripts(page, QCoreApplication::arguments().mid(3));
   });
   QTimer::singleShot(seconds * 1000, [] { giveUp(kTimedOut, "the page did not end in time"); });
   // Whoever started this program closes its input when the page has failed, or has said its last

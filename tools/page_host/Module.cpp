@@ -73,6 +73,7 @@ bool Module::resolve(const char* symbol, Function* function) const {
 }
 
 bool Module::load(const std::string& path, std::string* error) {
+  // cppcheck-suppress publicAllocationError ; a module is loaded once
   _library = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
   if (_library == nullptr) {
     *error = std::string("the module cannot be loaded: ") + dlerror();

@@ -22,9 +22,9 @@ static JSObjectRef protectedFunction(const ScriptEngine& engine, JSObjectRef obj
 
 // What stands for module objects may be collected; the engine's public interface offers no weak
 // handle, so the script's own WeakRef is taken before the page can touch it.
-ScriptBridge::ScriptBridge(ScriptEngine* engine) : _engine(engine) {
+ScriptBridge::ScriptBridge(ScriptEngine* engine)
+    : _engine(engine), _weakRef(protectedFunction(*engine, engine->global(), "WeakRef")) {
   theBridge = this;
-  _weakRef = protectedFunction(*engine, engine->global(), "WeakRef");
   JSValueRef prototype = engine->get(_weakRef, "prototype");
   _deref =
       protectedFunction(*engine, JSValueToObject(engine->context(), prototype, nullptr), "deref");

@@ -11,18 +11,37 @@ namespace {
 
 const int kDeepestNesting = 1000;
 
+// The last byte of the comment that begins at `start`, which the parser skips; `start` when there
+// is none.
+size_t endOfComment(const std::string& text, size_t start) {
+  if (text.compare(start, 2, "//") == 0) {
+    return text.find('\n', start);
+  }
+  if (text.compare(start, 2, "/*") == 0) {
+    const size_t end = text.find("*/", start + 2);
+    return end == std::string::npos ? end : end + 1;
+  }
+  return start;
+}
+
+size_t endOfString(const std::string& text, size_t start) {
+  size_t end = start + 1;
+  while (end < text.size() && text[end] != '"') {
+    end += text[end] == '\\' ? 2 : 1;
+  }
+  return end;
+}
+
 // The tree is freed by recursion, so its depth must be bounded before it is built.
 int nestingDepth(const std::string& text) {
   int depth = 0;
   int deepest = 0;
-  bool inString = false;
   for (size_t i = 0; i < text.size(); ++i) {
     const char c = text[i];
-    if (inString) {
-      i += c == '\\' ? 1 : 0;
-      inString = c != '"';
-    } else if (c == '"') {
-      inString = true;
+    if (c == '"') {
+      i = endOfString(text, i);
+    } else if (c == '/') {
+      i = std::min(endOfComment(text, i), text.size());
     } else if (c == '{' || c == '[') {
       deepest = std::max(deepest, ++depth);
     } else if (c == '}' || c == ']') {

@@ -60,10 +60,12 @@ Finding checkPathFile(Context*) {
     return misleading(path + " cannot be read, or its first line is empty",
                       "write a directory's path into it, or remove it");
   }
-  if (directory.front() != '/' || !fs::is_directory(directory, ignored)) {
-    return misleading(seen + ", which is no absolute path of a directory",
-                      "write the directory's path into its first line, without blanks before "
-                      "or after it, or remove the file");
+  const bool isAbsolute = directory.front() == '/';
+  if (!isAbsolute || !fs::is_directory(directory, ignored)) {
+    return misleading(
+        seen + (isAbsolute ? ", which is no directory" : ", which is no absolute path"),
+        "write the directory's path into its first line, without blanks before "
+        "or after it, or remove the file");
   }
   if (!fs::exists(fs::path(directory) / kExecutableName, ignored)) {
     return misleading(seen + ", where there is no " + kExecutableName,

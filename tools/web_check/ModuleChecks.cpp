@@ -3,6 +3,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
@@ -118,7 +119,12 @@ Finding checkModule(Context* context) {
   }
   if (context->modulePath.empty()) {
     return Finding::failed(std::string(kFileName) + " is in none of " + empty,
-                           "install the module, or put it into one of these directories");
+                           "install the module, or name its directory in the browser's "
+                           "MOZ_PLUGIN_PATH");
+  }
+  if (access(context->modulePath.c_str(), R_OK) != 0) {
+    return Finding::failed(context->modulePath + " cannot be read: " + std::strerror(errno),
+                           "let the user read it, with chmod 644");
   }
   return others.empty() ? Finding::ok(context->modulePath)
                         : Finding::warning(context->modulePath + others,

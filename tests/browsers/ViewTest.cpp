@@ -7,17 +7,51 @@
 #include "browsers/npapi_common/ovIOrvaneWebViewDelegate.h"
 #include "browsers/npapi_common/ovOrvaneWebView.h"
 #include "os/src/SaveFileDialog.h"
-#include "ovlib/ovlog.h"
-#include "tests/browsers/ShownPicture.h"
+#include "tests/browsers/PluginFixture.h"
 #include "tests/support/ChildProgram.h"
 #include "tests/support/DisplaySandbox.h"
-#include "tests/support/WaitFor.h"
 
 namespace user = test_support::user;
 using test_support::ChildProgram;
 using Paths = std::vector<std::string>;
 
 namespace {
+
+// The picture that a page gives its drop area, and whether the area shows it.
+
+constexpr int kPictureWidth = 40;
+
+// `format` is "png" or "jpeg".
+std::string encodedPicture(const char* format) {
+  GdkPixbuf* pixbuf = gdk_pixbuf_new(GDK_COLORSPACE_RGB, FALSE, 8, kPictureWidth, 30);
+  gdk_pixbuf_fill(pixbuf, 0x3366ccff);
+  gchar* bytes = nullptr;
+  gsize size = 0;
+  gdk_pixbuf_save_to_buffer(pixbuf, &bytes, &size, format, nullptr, nullptr);
+  std::string result(bytes, size);
+  g_free(bytes);
+  g_object_unref(pixbuf);
+  return result;
+}
+
+// The view's label or picture; null when there is no plug.
+GtkWidget* shownWidget() {
+  GtkWidget* found = nullptr;
+  GList* windows = gtk_window_list_toplevels();
+  for (GList* item = windows; item != nullptr; item = item->next) {
+    if (GTK_IS_PLUG(item->data)) {
+      found = gtk_bin_get_child(GTK_BIN(item->data));
+    }
+  }
+  g_list_free(windows);
+  return found;
+}
+
+bool showsPicture() {
+  GtkWidget* widget = shownWidget();
+  return GTK_IS_IMAGE(widget) &&
+         gdk_pixbuf_get_width(gtk_image_get_pixbuf(GTK_IMAGE(widget))) == kPictureWidth;
+}
 
 // Keeps what was dropped; on request it destroys the view inside the call, as a page can.
 class Delegate : public ovIOrvaneWebViewDelegate {
@@ -39,26 +73,17 @@ bool handlesDrops(GtkWidget* widget) {
          0;
 }
 
-}  // namespace
-
-class DropView : public test_support::DisplaySandbox {
+class DropView : public PluginFixture<test_support::DisplaySandbox> {
  protected:
   DropView() : _browser({SOCKET_WINDOW}), _socket(std::stoul(_browser.readLine())) {
-    ov_log_init(OV_LOG_FILE, dataPath("var/log/orvane-pellion-browser-plugin.log").c_str());
-    ov_dbg_set(3);
-    ov_dbg_set_all(3);
-    for (const char* name : {"a.txt", "b.txt", "bl ank:\\\"q\xc3\xa9.txt"}) {
-      test_support::writeFile(path(name), name);
-    }
+    test_support::writeFile(path("a.txt"), "");
     std::filesystem::create_directory(path("folder"));
   }
 
-  ~DropView() override { ov_log_cleanup(); }
-
-  void show(bool enableDrop, bool allowDirectories, bool allowMultiple) {
+  void show(bool enableDrop = true) {
     _view = std::make_unique<ovOrvaneWebView>();
     _view->setDelegate(&_delegate);
-    initWindow(enableDrop, allowDirectories, allowMultiple);
+    initWindow(enableDrop, false, false);
   }
 
   void initWindow(bool enableDrop, bool allowDirectories, bool allowMultiple) {
@@ -71,16 +96,15 @@ class DropView : public test_support::DisplaySandbox {
     EXPECT_TRUE(_view->init(&window, nullptr, enableDrop, allowDirectories, allowMultiple));
   }
 
-  static std::string uriOf(const std::string& path) {
-    gchar* uri = g_filename_to_uri(path.c_str(), nullptr, nullptr);
-    std::string result(uri);
-    g_free(uri);
-    return result;
-  }
-
-  // Drags the URIs onto the view; whether it took them.
-  std::string dropUris(std::vector<std::string> uris) {
-    uris.insert(uris.begin(), DRAG_SOURCE);
+  // Drags files of the sandbox, or what has a scheme, onto the view; whether it took them.
+  std::string drop(const Paths& items) {
+    std::vector<std::string> uris = {DRAG_SOURCE};
+    for (const std::string& item : items) {
+      const bool isUri = item.find("://") != std::string::npos;
+      gchar* uri = isUri ? nullptr : g_filename_to_uri(path(item).c_str(), nullptr, nullptr);
+      uris.emplace_back(isUri ? item.c_str() : uri);
+      g_free(uri);
+    }
     ChildProgram source(uris);
     source.readLine();
     std::string outcome;
@@ -104,79 +128,60 @@ class DropView : public test_support::DisplaySandbox {
     return outcome;
   }
 
-  std::string drop(const Paths& names) {
-    std::vector<std::string> uris;
-    for (const std::string& name : names) {
-      uris.push_back(uriOf(path(name)));
-    }
-    return dropUris(uris);
-  }
-
   std::unique_ptr<ovOrvaneWebView> _view;
   Delegate _delegate;
   ChildProgram _browser;
-
- private:
   const unsigned long _socket;
 };
 
-TEST_F(DropView, handsOverOneFileAndRefusesWhatIsNotAllowed) {
-  show(true, false, false);
-  EXPECT_EQ(drop({"a.txt"}), "accepted");
-  EXPECT_EQ(_delegate.drops, std::vector<Paths>{{path("a.txt")}});
-  _delegate.drops.clear();
-
-  EXPECT_EQ(drop({"a.txt", "b.txt"}), "refused");
-  EXPECT_EQ(logLines("LOG Multiple file drops disabled. Ignoring drop.").size(), 1u);
-  EXPECT_EQ(drop({"folder"}), "refused");
-  EXPECT_EQ(logLines("LOG Directory drops disabled. Ignoring drop.").size(), 1u);
-  EXPECT_EQ(dropUris({"http://example.org/a"}), "refused");
-  EXPECT_EQ(logLines("LOG Failed to convert URI to filename: ").size(), 1u);
-  EXPECT_TRUE(_delegate.drops.empty());
-}
-
-TEST_F(DropView, refusesTheWholeDropForOneFolderAmongFiles) {
-  show(true, false, true);
-  EXPECT_EQ(drop({"a.txt", "folder", "b.txt"}), "refused");
-  EXPECT_TRUE(_delegate.drops.empty());
-}
-
-TEST_F(DropView, handsOverSeveralItemsInOrderWithTheirRealNames) {
-  show(true, true, true);
+TEST_F(DropView, handsOverWhatIsAllowedAndRefusesTheWholeDropOtherwise) {
   const std::string odd = "bl ank:\\\"q\xc3\xa9.txt";
-  EXPECT_EQ(drop({odd, "folder", "a.txt"}), "accepted");
-  EXPECT_EQ(_delegate.drops, std::vector<Paths>({{path(odd), path("folder"), path("a.txt")}}));
-}
-
-TEST_F(DropView, deliversAUriThatNamesAHost) {
-  show(true, false, false);
-  EXPECT_EQ(dropUris({"file://some.host" + path("a.txt")}), "accepted");
-  EXPECT_EQ(_delegate.drops, std::vector<Paths>{{path("a.txt")}});
-  EXPECT_EQ(logLines("LOG URI hostname: some.host").size(), 1u);
+  const struct {
+    bool allowDirectories, allowMultiple;
+    Paths dropped;
+    Paths handedOver;
+    std::string line;
+  } cases[] = {
+      {false, false, {"a.txt"}, {"a.txt"}, "File dropped: " + path("a.txt")},
+      {false, false, {"a.txt", "b.txt"}, {}, "Multiple file drops disabled. Ignoring drop."},
+      {true, false, {"folder"}, {"folder"}, "File dropped: " + path("folder")},
+      {false, true, {"a.txt", "folder", "b.txt"}, {}, "Directory drops disabled. Ignoring drop."},
+      {false, true, {"http://example.org/a"}, {}, "Failed to convert URI to filename: "},
+      {false, false, {"file://some.host" + path("a.txt")}, {"a.txt"}, "URI hostname: some.host"},
+      {true, true, {odd, "folder"}, {odd, "folder"}, "File dropped: " + path(odd)}};
+  show();
+  for (const auto& row : cases) {
+    SCOPED_TRACE(row.line);
+    initWindow(true, row.allowDirectories, row.allowMultiple);
+    _delegate.drops.clear();
+    const size_t lines = logLines("LOG " + row.line).size();
+    EXPECT_EQ(drop(row.dropped), row.handedOver.empty() ? "refused" : "accepted");
+    EXPECT_EQ(logLines("LOG " + row.line).size(), lines + 1);
+    Paths expected;
+    for (const std::string& name : row.handedOver) {
+      expected.push_back(path(name));
+    }
+    EXPECT_EQ(_delegate.drops,
+              expected.empty() ? std::vector<Paths>() : std::vector<Paths>{expected});
+  }
+  EXPECT_EQ(logLines("Drag-n-Drop enabled").size(), 1u) << "the widgets are built once";
 }
 
 TEST_F(DropView, takesNothingUnlessEnabled) {
-  show(false, true, true);
+  show(false);
   EXPECT_EQ(drop({"a.txt"}), "refused");
   EXPECT_TRUE(_delegate.drops.empty());
 }
 
-TEST_F(DropView, refreshesItsFlagsForTheSameWindow) {
-  show(true, false, false);
-  initWindow(true, true, true);
-  EXPECT_EQ(logLines("Drag-n-Drop enabled").size(), 1u) << "the widgets are built once";
-  EXPECT_EQ(drop({"a.txt", "folder"}), "accepted");
-}
-
 TEST_F(DropView, mayBeDestroyedInsideTheCall) {
-  show(true, false, false);
+  show();
   _delegate.destroyed = &_view;
   EXPECT_EQ(drop({"a.txt"}), "accepted");
   EXPECT_EQ(_view, nullptr);
 }
 
 TEST_F(DropView, takesDropsAfterADialogOverTheBrowsersWindow) {
-  show(true, false, false);
+  show();
   Pellion::Web::SaveFileDialog dialog(std::stoul(user::waitForWindow("Browser")), "", "", "");
   dialog.init("");
   test_support::UserThread thread([] { user::cancel("Save As"); });
@@ -187,7 +192,7 @@ TEST_F(DropView, takesDropsAfterADialogOverTheBrowsersWindow) {
 }
 
 TEST_F(DropView, showsThePictureAndTakesDropsOnIt) {
-  show(true, false, false);
+  show();
   for (const char* format : {"png", "jpeg"}) {
     GtkWidget* replaced = GTK_WIDGET(g_object_ref(shownWidget()));
     EXPECT_TRUE(handlesDrops(replaced));
@@ -202,7 +207,7 @@ TEST_F(DropView, showsThePictureAndTakesDropsOnIt) {
 }
 
 TEST_F(DropView, keepsTheLabelWithoutAWholePicture) {
-  show(true, false, false);
+  show();
   const std::string image = encodedPicture("png");
   _view->setImage(nullptr, 10);
   _view->setImage(image.data(), 0);
@@ -210,13 +215,11 @@ TEST_F(DropView, keepsTheLabelWithoutAWholePicture) {
   const std::string noise(5000, 'x');
   _view->setImage(noise.data(), noise.size());
   EXPECT_EQ(logLines("LOG ERROR: Unable to write image data to loader.").size(), 1u);
-  _view->setImage(image.data(), 20);
-  EXPECT_EQ(logLines("LOG ERROR: Unable to load pixbuf from image.").size(), 1u);
   EXPECT_FALSE(showsPicture());
 }
 
 TEST_F(DropView, outlivesTheBrowsersWindow) {
-  show(true, false, false);
+  show();
   ASSERT_NE(shownWidget(), nullptr);
   _browser.finish();
   EXPECT_TRUE(test_support::waitFor([] {
@@ -230,7 +233,7 @@ TEST_F(DropView, outlivesTheBrowsersWindow) {
 }
 
 TEST_F(DropView, givesAllWindowsTheIcon) {
-  show(false, false, false);
+  show();
   GList* icons = gtk_window_get_default_icon_list();
   ASSERT_EQ(g_list_length(icons), 1u);
   EXPECT_EQ(gdk_pixbuf_get_width(GDK_PIXBUF(icons->data)), 64);
@@ -247,3 +250,51 @@ TEST(DropViewWithoutScreen, buildsNothing) {
   view.setImage("x", 1);
   EXPECT_EQ(view.handleEvent(nullptr), 0);
 }
+
+class Picture : public DropView {
+ protected:
+  Picture() {
+    _stream.url = "http://x/a.png";
+    create({{"image", _stream.url}});
+    NPWindow window = {};
+    window.window = reinterpret_cast<void*>(_socket);
+    plugin->setWindow(&window, instance);
+  }
+
+  void receive(const std::string& bytes, size_t offset, size_t length) {
+    const auto size = static_cast<int32_t>(length);
+    EXPECT_EQ(size, plugin->receiveOnStream(&_stream, static_cast<int32_t>(offset), size,
+                                            const_cast<char*>(bytes.data() + offset)));
+  }
+  void endStream(NPReason reason) { EXPECT_TRUE(plugin->destroyStream(&_stream, reason)); }
+
+ private:
+  NPStream _stream = {};
+};
+
+// The blocks of two streams, one over the other; the first stream that ends shows them.
+TEST_F(Picture, isPutTogetherByOffset) {
+  const std::string bytes = encodedPicture("png");
+  const size_t half = bytes.size() / 2;
+  receive(bytes, 0, half);
+  receive(bytes, 0, half / 2);
+  receive(bytes, half / 2, half);
+  receive(bytes, half, bytes.size() - half);
+  EXPECT_FALSE(showsPicture());
+  endStream(NPRES_NETWORK_ERR);
+  EXPECT_TRUE(showsPicture());
+  endStream(NPRES_DONE);
+  EXPECT_TRUE(showsPicture());
+  EXPECT_EQ(0u, logLines("ERROR: ").size());
+}
+
+TEST_F(Picture, isNotShownWhenItsEndIsMissing) {
+  const std::string bytes = encodedPicture("png");
+  receive(bytes, 0, bytes.size());
+  receive(bytes, 0, 20);  // A block ends the picture.
+  endStream(NPRES_DONE);
+  EXPECT_FALSE(showsPicture());
+  EXPECT_EQ(1u, logLines("ERROR: Unable to load pixbuf from image.").size());
+}
+
+}  // namespace

@@ -1,0 +1,162 @@
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <filesystem>
+#include <thread>
+
+#include "tests/faults/FaultPage.h"
+#include "tests/support/WaitFor.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+using test_support::httpResponse;
+using test_support::ScriptedServer;
+using test_support::writeFile;
+
+// What may lie where a file is expected.
+struct Kind {
+  const char* label;
+  std::function<void(const std::string& path)> make;
+  const char* urlLog;  // what the log says of it where the URL file is expected
+  bool isAddress = false;
+
+  friend std::ostream& operator<<(std::ostream& out, const Kind& kind) { return out << kind.label; }
+};
+
+std::function<void(const std::string&)> content(const std::string& text) {
+  return [text](const std::string& path) { writeFile(path, text); };
+}
+
+std::function<void(const std::string&)> letters(size_t count) {
+  return [count](const std::string& path) { writeFile(path, std::string(count, 'h')); };
+}
+
+std::function<void(const std::string&)> linkTo(const std::string& target) {
+  return [target](const std::string& path) {
+    fs::create_symlink(target.empty() ? path : target, path);
+  };
+}
+
+void makeSocket(const std::string& path) {
+  sockaddr_un address = {};
+  address.sun_family = AF_UNIX;
+  path.copy(address.sun_path, sizeof(address.sun_path) - 1);
+  const int listener = socket(AF_UNIX, SOCK_STREAM, 0);
+  EXPECT_EQ(0, bind(listener, reinterpret_cast<sockaddr*>(&address), sizeof(address)));
+  EXPECT_EQ(0, ::close(listener));
+}
+
+void makeSparse(const std::string& path) {
+  writeFile(path, "http://127.0.0.1:1/");
+  fs::resize_file(path, uint64_t{1} << 40);
+}
+
+const char kUnread[] = "DBG Failed to read Orvane Pellion URL from ";
+const char kInvalid[] = "ERR Invalid URL: ";
+
+const Kind kKinds[] = {
+    {"missing", [](const std::string&) {}, kUnread},
+    {"a directory", [](const std::string& path) { fs::create_directory(path); }, kUnread},
+    {"a FIFO", [](const std::string& path) { mkfifo(path.c_str(), 0600); }, kUnread},
+    {"a socket", makeSocket, kUnread},
+    {"an endless device", linkTo("/dev/zero"), kUnread},
+    {"a link to itself", linkTo(""), kUnread},
+    {"a sparse terabyte", makeSparse, kUnread},
+    {"17 MiB of text", letters(17 << 20), kUnread},
+    {"text behind a NUL", content(std::string("\0http://127.0.0.1:1/", 20)), kUnread},
+    {"a line of 15 MiB", letters(15 << 20), kInvalid},
+    {"format directives", content("%s%n%1000000d"), kInvalid},
+    {"a port out of range", content("http://127.0.0.1:65536/"), "LOG Connection failed", true},
+};
+
+const char kError[] = "the error document";
+// From a queued request when no address is known.
+const char kNoRequest[] =
+    "\"{\"error\":{\"code\":-1,\"user_message\":\"Error creating HTTP request\"}}\"";
+
+class FileFaults : public FaultPage, public testing::WithParamInterface<Kind> {
+ protected:
+  std::string pathFile() const { return dataPath("etc/orvanepellion.path"); }
+};
+
+TEST_P(FileFaults, inPlaceOfTheUrlFile) {
+  open();
+  GetParam().make(urlFile());
+  EXPECT_EQ(kError, ask(Way::kWaiting));
+  const std::string queued = ask(Way::kQueued);
+  EXPECT_EQ(GetParam().isAddress ? kError : kNoRequest, queued);
+  expectLogged({GetParam().urlLog});
+  close(std::string("the URL file is ") + GetParam().label,
+        GetParam().isAddress ? kError : kError + (", queued: " + queued));
+}
+
+TEST_P(FileFaults, inPlaceOfThePathFile) {
+  open("20000");
+  writeUrlFile(ScriptedServer("").port());
+  GetParam().make(pathFile());
+  const std::string page = askBothWays();
+  EXPECT_EQ(kError, page);
+  expectLogged({"ERR Failed to determine Orvane Pellion executable path"});
+  fs::remove_all(pathFile());
+  installApplication("#!/bin/sh\n");
+  ask(Way::kWaiting);
+  expectLogged({"LOG Launching Orvane Pellion - Command: "});
+  close(std::string("the path file is ") + GetParam().label, page);
+}
+
+INSTANTIATE_TEST_SUITE_P(, FileFaults, testing::ValuesIn(kKinds),
+                         [](const auto& suite) { return nameOfRow(suite.param.label); });
+
+// The application's address changes while it is read: as another file, or written in pieces.
+TEST_F(FaultPage, readsAUrlFileThatIsSwapped) {
+  open();
+  int good = 0;
+  int bad = 0;
+  {
+    // Each liveness request that gets no answer makes the module read the file again.
+    ScriptedServer sometimes([](int connection, const std::string&, size_t index) {
+      test_support::sendAll(connection, index % 3 == 2 ? "" : httpResponse("good"));
+    });
+    const std::string port = ":" + std::to_string(sometimes.port()) + "/";
+    std::atomic<bool> stop{false};
+    std::thread writer([&] {
+      const std::vector<std::vector<std::string>> contents = {
+          {"http://127.0.0.1" + port},
+          {"http:", "//127.0.0.1", port},
+          {"no address"},
+          {"http://127.0.0.1", port, std::string(9999, ' ')},
+          {""}};
+      for (size_t i = 0; !stop; ++i) {
+        const std::vector<std::string>& pieces = contents[i % contents.size()];
+        const std::string file = i % 2 == 0 ? urlFile() : urlFile() + ".new";
+        std::string written;
+        for (const std::string& piece : pieces) {
+          writeFile(file, written += piece);
+        }
+        if (file != urlFile()) {
+          fs::rename(file, urlFile());
+        }
+      }
+    });
+    const bool enough = test_support::waitFor([&] {
+      const std::string page = ask((good + bad) % 2 == 0 ? Way::kWaiting : Way::kQueued);
+      const bool isGood = page == "\"good\"";
+      EXPECT_TRUE(isGood || page == kError || page == kNoRequest) << page;
+      ++(isGood ? good : bad);
+      return good >= 50 && bad >= 50 && !logLines(kInvalid).empty();
+    });
+    EXPECT_TRUE(enough) << good << " and " << bad;
+    stop = true;
+    writer.join();
+  }
+  expectLogged({kInvalid});
+  close("the URL file is swapped while it is read",
+        std::to_string(good) + " good answers, else an error document");
+}
+
+}  // namespace

@@ -1,7 +1,8 @@
-# Shared by the commands in this folder; sourced, not run.
+# Shared by the commands in this folder; sourced, not run. The lists are for whoever sources it.
+# shellcheck shell=sh disable=SC2034
 set -eu
 
-top=$(CDPATH= cd -- "$(dirname -- "$0")/.." && pwd)
+top=$(CDPATH="" cd -- "$(dirname -- "$0")/.." && pwd)
 cd "$top"
 
 say() { printf '== %s\n' "$*"; }
@@ -20,6 +21,18 @@ packages='g++ cmake ninja-build pkg-config libgtk2.0-dev libgdk-pixbuf2.0-bin li
 # Besides these, for the tests in a real browser engine.
 engine_packages='libqt5webkit5-dev qutebrowser qutebrowser-qtwebkit python3-pyqt5.qtwebkit'
 
+# For making and testing the Debian packages and the man pages.
+packaging_packages='dpkg-dev file lintian man-db'
+
+# For the fuzzers.
+fuzz_packages='clang libclang-rt-14-dev'
+
+# For reading the code.
+lint_packages='git clang-format-14 clang-tidy-14 cppcheck shellcheck'
+
+# For the benchmarks.
+bench_packages='libbenchmark-dev libspdlog-dev libcurl4-openssl-dev gnuplot-nox'
+
 as_root() {
   if [ "$(id -u)" -eq 0 ]; then
     "$@"
@@ -35,6 +48,7 @@ installed() { [ "$(dpkg-query -W -f '${db:Status-Status}' "$1" 2>/dev/null)" = i
 # Installs what is missing of the packages given (default: all of the list above).
 need_packages() {
   missing=
+  # shellcheck disable=SC2048
   for package in ${*:-$packages}; do
     installed "$package" || missing="$missing $package"
   done
@@ -47,12 +61,13 @@ need_packages() {
     >/dev/null || fail "apt-get could not install:$missing"
 }
 
-# Configures and builds a preset. What did not change is not built again.
+# Configures and builds a preset, all of it or as cmake's further arguments say. What did not change
+# is not built again.
 build_preset() {
   say "Building (preset $1, in build/$1)"
   output=$(cmake --preset "$1" 2>&1) || {
     printf '%s\n' "$output" >&2
     fail "cmake could not configure the preset $1"
   }
-  cmake --build --preset "$1" || fail "the preset $1 does not build"
+  cmake --build --preset "$@" || fail "the preset $1 does not build"
 }

@@ -62,6 +62,7 @@ TEST_F(File, hasAStatus) {
   ASSERT_EQ(pipe(ends), 0);
   EXPECT_EQ(ov_file_size(ends[0], &size), OV_OK) << "though it has no end to seek";
   EXPECT_EQ(size, 0u);
+  EXPECT_EQ(close(ends[0]) + close(ends[1]), 0);
 }
 
 using Directory = test_support::Sandbox;

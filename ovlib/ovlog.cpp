@@ -170,6 +170,16 @@ int ov_dbg(const char* format, ...) {
   return OV_OK;
 }
 
+int ov_trace(const char* format, ...) {
+  if (g_debug_enabled != 0 && ov_dbg_detail()) {
+    va_list args;
+    va_start(args, format);
+    ov_log_this(format, LEVEL_DBG, args);
+    va_end(args);
+  }
+  return OV_OK;
+}
+
 int ov_err(const char* format, ...) {
   va_list args;
   va_start(args, format);

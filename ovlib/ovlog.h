@@ -39,6 +39,8 @@ int ov_log_cleanup();
 int ov_log(const char* format, ...) __attribute__((format(printf, 1, 2)));
 int ov_dbg(const char* format, ...) __attribute__((format(printf, 1, 2)));
 int ov_err(const char* format, ...) __attribute__((format(printf, 1, 2)));
+// ov_dbg for the lines that want a detail level above 1. Evaluates its arguments at any level.
+int ov_trace(const char* format, ...) __attribute__((format(printf, 1, 2)));
 int ov_log_this(const char* format, int level, va_list args) __attribute__((format(printf, 1, 0)));
 
 // What a text of unknown origin looks like when it stands as a line's format without arguments:

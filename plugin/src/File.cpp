@@ -46,8 +46,8 @@ bool File::open() {
     code = ov_file_openread(&_handle, _path.c_str());
   }
   setError(code);
-  if (code != OV_OK && ov_dbg_detail()) {
-    ov_dbg("File::open() failed: %s", _error);
+  if (code != OV_OK) {
+    ov_trace("File::open() failed: %s", _error);
   }
   return code == OV_OK;
 }

@@ -180,12 +180,10 @@ void logResponse(const timeval& start, const std::string& uri, const std::string
     ov_err("HttpRequest::invoke() - ov_time_gettimeofday error: %i", error);
     return;
   }
-  if (ov_dbg_detail()) {
-    ov_dbg("HttpRequest::invoke() - %s response took %llu us", uri.c_str(),
+  ov_trace("HttpRequest::invoke() - %s response took %llu us", uri.c_str(),
            static_cast<unsigned long long>(elapsed));
-    ov_dbg("HttpRequest::invoke() - Response (%lu bytes):\n%.*s",
+  ov_trace("HttpRequest::invoke() - Response (%lu bytes):\n%.*s",
            static_cast<unsigned long>(text.size()), kLoggedSize, text.c_str());
-  }
 }
 
 }  // namespace
@@ -223,9 +221,7 @@ HttpResponse* HttpRequest::invoke() {
   }
   addAutomaticHeaders();
   const std::string request = text();
-  if (ov_dbg_detail()) {
-    ov_dbg("HttpRequest::invoke() - Request:\n%.*s", kLoggedSize, request.c_str());
-  }
+  ov_trace("HttpRequest::invoke() - Request:\n%.*s", kLoggedSize, request.c_str());
   if (!sendText(&socket, request)) {
     return nullptr;
   }

@@ -77,19 +77,15 @@ Url readUrl() {
   Url url;
   try {
     const std::string path = FileSystem::pellionAppDataPath() + kUrlFile;
-    if (ov_dbg_detail()) {
-      ov_dbg("Reading Orvane Pellion URL from %s", path.c_str());
-    }
+    ov_trace("Reading Orvane Pellion URL from %s", path.c_str());
     const std::string content = readWhole(path);
     if (!content.empty()) {
       url.parse(content);
     }
-    if (ov_dbg_detail()) {
-      if (content.empty()) {
-        ov_dbg("Failed to read Orvane Pellion URL from %s", path.c_str());
-      } else {
-        ov_dbg("Read Orvane Pellion URL: %s", url.url().c_str());
-      }
+    if (content.empty()) {
+      ov_trace("Failed to read Orvane Pellion URL from %s", path.c_str());
+    } else {
+      ov_trace("Read Orvane Pellion URL: %s", url.url().c_str());
     }
   } catch (const std::exception& e) {
     ov_err("Failed to get Pellion URL: %s", e.what());
@@ -154,9 +150,7 @@ bool waitForAnswer(LaunchedProcess* process, int timeoutMs) {
     ov_log("Warning: Timed out waiting for Orvane Pellion to launch");
     return false;
   }
-  if (ov_dbg_detail()) {
-    ov_dbg("Waited %dms for Pellion to launch and write URL file", waited);
-  }
+  ov_trace("Waited %dms for Pellion to launch and write URL file", waited);
   return true;
 }
 

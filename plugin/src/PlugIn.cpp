@@ -49,9 +49,7 @@ void allowForegroundWindow() {}
 }  // namespace
 
 PlugIn::PlugIn() {
-  if (ov_dbg_detail()) {
-    ov_dbg("Plugin() [%p]", static_cast<void*>(this));
-  }
+  ov_trace("Plugin() [%p]", static_cast<void*>(this));
   const int code = ov_sock_init();
   if (code != OV_OK) {
     ov_err("Failed to initialize socket: %s (%d)", Utils::errorCodeToStr(code).c_str(), code);
@@ -59,29 +57,21 @@ PlugIn::PlugIn() {
   _requestWorker = std::make_unique<RequestWorker>();
   _transfersPoller = std::make_unique<TransfersPoller>();
   Utils::setCurrentDirToUserHome();
-  if (ov_dbg_detail()) {
-    ov_dbg("Plugin() - done");
-  }
+  ov_trace("Plugin() - done");
 }
 
 PlugIn::~PlugIn() {
-  if (ov_dbg_detail()) {
-    ov_dbg("~Plugin() [%p]", static_cast<void*>(this));
-  }
+  ov_trace("~Plugin() [%p]", static_cast<void*>(this));
   endThread(_requestWorker.get(), "request worker");
   _requestWorker.reset();
   endThread(_transfersPoller.get(), "transfer poller");
   _transfersPoller.reset();
   ov_sock_fini();
-  if (ov_dbg_detail()) {
-    ov_dbg("~Plugin() - done");
-  }
+  ov_trace("~Plugin() - done");
 }
 
 void PlugIn::init(int launchTimeoutMs) {
-  if (ov_dbg_detail()) {
-    ov_dbg("PlugIn::init() - launchTimeoutMs=%d", launchTimeoutMs);
-  }
+  ov_trace("PlugIn::init() - launchTimeoutMs=%d", launchTimeoutMs);
   PellionApp::setLaunchTimeoutMs(launchTimeoutMs);
   PellionApp::launch();
   _requestWorker->start();

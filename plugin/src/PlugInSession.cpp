@@ -29,10 +29,8 @@ std::string withDetail(const char* message, const std::string& detail) {
 
 void logRequest(const char* operation, const std::string& method, const std::string& path,
                 const std::string& data) {
-  if (ov_dbg_detail()) {
-    ov_dbg("%s\n  method: %s\n  path: %s\n  data: %s", operation, method.c_str(), path.c_str(),
+  ov_trace("%s\n  method: %s\n  path: %s\n  data: %s", operation, method.c_str(), path.c_str(),
            data.c_str());
-  }
 }
 
 // The first element of a document's "transfer_specs"; null when there is none.
@@ -53,9 +51,7 @@ bool choosesDestination(const Json& json, yajl_val spec) {
 }  // namespace
 
 std::string PlugIn::initSession(const std::string& appId, const std::string& domain) {
-  if (ov_dbg_detail()) {
-    ov_dbg("initSession\n  appId: %s\n  domain: %s", appId.c_str(), domain.c_str());
-  }
+  ov_trace("initSession\n  appId: %s\n  domain: %s", appId.c_str(), domain.c_str());
   if (_sessionInitialized) {
     return Json::createError(kErrorSessionAlreadyInitialized);
   }
@@ -127,9 +123,7 @@ bool PlugIn::allowDestRoot(const std::string& path) const {
 
 void PlugIn::setLastSelectedPath(const std::string& path) {
   _lastSelectedPath = PathEscaper::strReplace(path, "\\", "/");
-  if (ov_dbg_detail()) {
-    ov_dbg("setLastSelectedPath() - %s", _lastSelectedPath.c_str());
-  }
+  ov_trace("setLastSelectedPath() - %s", _lastSelectedPath.c_str());
 }
 
 std::string PlugIn::pellionHttpRequest(const std::string& method, const std::string& path,

@@ -34,9 +34,7 @@ bool PlugIn::uploadDroppedFiles(const std::vector<std::string>& paths) {
 
 bool PlugIn::download(const std::vector<std::string>& sources, const std::string& destination,
                       const std::string&, int, bool) {
-  if (ov_dbg_detail()) {
-    ov_dbg("Plugin::download() to %s", destination.c_str());
-  }
+  ov_trace("Plugin::download() to %s", destination.c_str());
   Transfer transfer;
   transfer.setSource(sources);
   if (!destination.empty()) {
@@ -54,9 +52,7 @@ bool PlugIn::download(const std::vector<std::string>& sources, const std::string
 
 bool PlugIn::upload(const std::vector<std::string>& sources, const std::string& destinationUrl,
                     const std::string&, int) {
-  if (ov_dbg_detail()) {
-    ov_dbg("Plugin::upload()");
-  }
+  ov_trace("Plugin::upload()");
   _lastSelectedPath.clear();
   std::vector<std::string> urls;
   urls.reserve(sources.size());

@@ -29,18 +29,14 @@ std::unique_ptr<HttpResponse> perform(HttpRequest* request) {
 }  // namespace
 
 RequestWorker::RequestWorker() {
-  if (ov_dbg_detail()) {
-    ov_dbg("RequestWorker() [%p]", static_cast<void*>(this));
-  }
+  ov_trace("RequestWorker() [%p]", static_cast<void*>(this));
   ov_mutex_init(&_mutex);
   ov_cond_init(&_condition, &_mutex);
 }
 
 RequestWorker::~RequestWorker() {
-  if (ov_dbg_detail()) {
-    ov_dbg("~RequestWorker() [%p] - size=%i", static_cast<void*>(this),
+  ov_trace("~RequestWorker() [%p] - size=%i", static_cast<void*>(this),
            static_cast<int>(_queue.size()));
-  }
   _queue.clear();
   ov_cond_destroy(&_condition);
   ov_mutex_destroy(&_mutex);
@@ -58,9 +54,7 @@ void RequestWorker::addRequest(HttpRequest* request) {
 }
 
 void RequestWorker::run() {
-  if (ov_dbg_detail()) {
-    ov_dbg("RequestWorker::run()");
-  }
+  ov_trace("RequestWorker::run()");
   while (waitForRequest()) {
     try {
       processOneRequest();
@@ -69,15 +63,11 @@ void RequestWorker::run() {
     }
   }
   _done = true;
-  if (ov_dbg_detail()) {
-    ov_dbg("RequestWorker::run() - done");
-  }
+  ov_trace("RequestWorker::run() - done");
 }
 
 void RequestWorker::stop() {
-  if (ov_dbg_detail()) {
-    ov_dbg("RequestWorker::stop() - done?=%i", static_cast<int>(_done));
-  }
+  ov_trace("RequestWorker::stop() - done?=%i", static_cast<int>(_done));
   if (_done) {
     return;
   }

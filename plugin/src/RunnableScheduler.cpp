@@ -25,9 +25,7 @@ struct RunnableScheduler::RunnablePair {
 };
 
 void RunnableScheduler::init() {
-  if (ov_dbg_detail()) {
-    ov_dbg("RunnableScheduler::init()");
-  }
+  ov_trace("RunnableScheduler::init()");
   if (kInitialized) {
     return;
   }
@@ -39,9 +37,7 @@ void RunnableScheduler::init() {
 }
 
 void RunnableScheduler::cleanup() {
-  if (ov_dbg_detail()) {
-    ov_dbg("RunnableScheduler::cleanup()");
-  }
+  ov_trace("RunnableScheduler::cleanup()");
   if (!kInitialized) {
     return;
   }
@@ -56,9 +52,7 @@ void RunnableScheduler::scheduleRunnable(OneShotManager* manager, Runnable* runn
                                          Callback* callback) {
   std::unique_ptr<Runnable> ownedRunnable(runnable);
   std::unique_ptr<Callback> ownedCallback(callback);
-  if (ov_dbg_detail()) {
-    ov_dbg("RunnableScheduler::scheduleRunnable()");
-  }
+  ov_trace("RunnableScheduler::scheduleRunnable()");
   assert(kRunnablesMutex != __null);
   auto pair = std::make_unique<RunnablePair>();
   pair->runnable = std::move(ownedRunnable);
@@ -73,26 +67,20 @@ void RunnableScheduler::scheduleRunnable(OneShotManager* manager, Runnable* runn
 void RunnableScheduler::stopRunnables(OneShotManager* manager) {
   assert(kRunnablesMutex != __null);
   OvLock lock(kRunnablesMutex);
-  if (ov_dbg_detail()) {
-    ov_dbg("RunnableScheduler::stopRunnables() - osm=%p; size=%i", static_cast<void*>(manager),
+  ov_trace("RunnableScheduler::stopRunnables() - osm=%p; size=%i", static_cast<void*>(manager),
            static_cast<int>(kRunnables.size()));
-  }
   for (const auto& [runnable, owner] : kRunnables) {
     if (owner != manager) {
       continue;
     }
-    if (ov_dbg_detail()) {
-      ov_dbg("RunnableScheduler::stopRunnables() - stopping %p", static_cast<void*>(runnable));
-    }
+    ov_trace("RunnableScheduler::stopRunnables() - stopping %p", static_cast<void*>(runnable));
     runnable->stop();
   }
 }
 
 void RunnableScheduler::handleRunnablePair(void* data) {
   const std::unique_ptr<RunnablePair> pair(static_cast<RunnablePair*>(data));
-  if (ov_dbg_detail()) {
-    ov_dbg("RunnableScheduler - handleRunnablePair()");
-  }
+  ov_trace("RunnableScheduler - handleRunnablePair()");
   // After cleanup() no instance is left that could hear of anything, so the step only frees its
   // pair.
   if (kInitialized) {

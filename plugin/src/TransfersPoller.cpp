@@ -16,17 +16,13 @@
 namespace Pellion::Web {
 
 TransfersPoller::TransfersPoller() {
-  if (ov_dbg_detail()) {
-    ov_dbg("%p TransfersPoller()", static_cast<void*>(this));
-  }
+  ov_trace("%p TransfersPoller()", static_cast<void*>(this));
   ov_mutex_init(&_listenersMutex);
 }
 
 TransfersPoller::~TransfersPoller() {
-  if (ov_dbg_detail()) {
-    ov_dbg("%p ~TransfersPoller() - started?=%u", static_cast<void*>(this),
+  ov_trace("%p ~TransfersPoller() - started?=%u", static_cast<void*>(this),
            static_cast<unsigned>(_started));
-  }
   // A start that made no thread has left nothing to wait for.
   if (!hasThread()) {
     _done = true;
@@ -45,9 +41,7 @@ bool TransfersPoller::isDone() const {
 }
 
 void TransfersPoller::run() {
-  if (ov_dbg_detail()) {
-    ov_dbg("%p TransferPoller::run()", static_cast<void*>(this));
-  }
+  ov_trace("%p TransferPoller::run()", static_cast<void*>(this));
   while (!_stopRequested) {
     ov_thread_sleep(_pollingIntervalMs);
     try {
@@ -57,16 +51,12 @@ void TransfersPoller::run() {
     }
   }
   _done = true;
-  if (ov_dbg_detail()) {
-    ov_dbg("%p TransferPoller::run() - done", static_cast<void*>(this));
-  }
+  ov_trace("%p TransferPoller::run() - done", static_cast<void*>(this));
 }
 
 void TransfersPoller::stop() {
-  if (ov_dbg_detail()) {
-    ov_dbg("%p TransferPoller::stop() - done?=%i", static_cast<void*>(this),
+  ov_trace("%p TransferPoller::stop() - done?=%i", static_cast<void*>(this),
            static_cast<int>(_done));
-  }
   if (!_done) {
     _stopRequested = true;
   }
@@ -121,10 +111,8 @@ void TransfersPoller::handleAnswer(const std::string& body) {
 
 void TransfersPoller::notifyListeners(const std::string& data) {
   OvLock lock(&_listenersMutex);
-  if (ov_dbg_detail()) {
-    ov_dbg("%p TransferPoller::notifyListeners() - size=%i", static_cast<void*>(this),
+  ov_trace("%p TransferPoller::notifyListeners() - size=%i", static_cast<void*>(this),
            static_cast<int>(_listeners.size()));
-  }
   for (TransferEventListener* listener : _listeners) {
     listener->transferEventOccurred(data);
   }
@@ -133,28 +121,22 @@ void TransfersPoller::notifyListeners(const std::string& data) {
 void TransfersPoller::addListener(TransferEventListener* l) {
   assert(l != __null);
   OvLock lock(&_listenersMutex);
-  if (ov_dbg_detail()) {
-    ov_dbg("%p TransferPoller::addListener() - size=%i", static_cast<void*>(this),
+  ov_trace("%p TransferPoller::addListener() - size=%i", static_cast<void*>(this),
            static_cast<int>(_listeners.size()));
-  }
   _listeners.push_back(l);
 }
 
 void TransfersPoller::removeListener(TransferEventListener* l) {
   assert(l != __null);
   OvLock lock(&_listenersMutex);
-  if (ov_dbg_detail()) {
-    ov_dbg("%p TransferPoller::removeListener() - size=%i", static_cast<void*>(this),
+  ov_trace("%p TransferPoller::removeListener() - size=%i", static_cast<void*>(this),
            static_cast<int>(_listeners.size()));
-  }
   const auto found = std::find(_listeners.begin(), _listeners.end(), l);
   if (found == _listeners.end()) {
     return;
   }
   _listeners.erase(found);
-  if (ov_dbg_detail()) {
-    ov_dbg("%p TransferPoller::removeListener() - removed", static_cast<void*>(this));
-  }
+  ov_trace("%p TransferPoller::removeListener() - removed", static_cast<void*>(this));
 }
 
 }  // namespace Pellion::Web

@@ -31,10 +31,8 @@ void Worker::start() {
 }
 
 void Worker::join() {
-  if (ov_dbg_detail()) {
-    ov_dbg("Worker::join() - started?=%u done?=%u", static_cast<unsigned>(_started),
+  ov_trace("Worker::join() - started?=%u done?=%u", static_cast<unsigned>(_started),
            static_cast<unsigned>(isDone()));
-  }
   // Deliberate: a done worker is skipped, so its thread may outlive this call; reap() waits for it.
   if (!_started || isDone()) {
     return;
@@ -44,9 +42,7 @@ void Worker::join() {
     ov_err("%s", ov_log_text_as_format(failure).c_str());
     throw SystemException(failure);
   }
-  if (ov_dbg_detail()) {
-    ov_dbg("Worker::join() - done");
-  }
+  ov_trace("Worker::join() - done");
 }
 
 void Worker::reap() {

@@ -29,21 +29,15 @@ gboolean callback(gpointer posted) {
 }  // namespace
 
 OneShotManager::OneShotManager() {
-  if (ov_dbg_detail()) {
-    ov_dbg("%p OneShotManager()", static_cast<void*>(this));
-  }
+  ov_trace("%p OneShotManager()", static_cast<void*>(this));
 }
 
 OneShotManager::~OneShotManager() {
-  if (ov_dbg_detail()) {
-    ov_dbg("%p ~OneShotManager()", static_cast<void*>(this));
-  }
+  ov_trace("%p ~OneShotManager()", static_cast<void*>(this));
 }
 
 void OneShotManager::scheduleAsyncCallback(void (*function)(void*), void* data) {
-  if (ov_dbg_detail()) {
-    ov_dbg("%p OneShotManager::scheduleAsyncCallback()", static_cast<void*>(this));
-  }
+  ov_trace("%p OneShotManager::scheduleAsyncCallback()", static_cast<void*>(this));
   g_timeout_add(1, callback, new PostedItem{function, data});
 }
 

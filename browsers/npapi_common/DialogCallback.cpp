@@ -14,11 +14,11 @@ using Pellion::Web::FileDialog;
 using Pellion::Web::Runnable;
 
 DialogCallback::DialogCallback(NPP instance, uint64_t owner, NPObject* callback, Type type,
-                               OpenDialogMark::Flag dialogOpen)
+                               OpenDialogMark::Count openDialogs)
     : _instance(instance),
       _callback(PendingHandOvers::keep(owner, NPObjectRef(callback))),
       _type(type),
-      _mark(std::move(dialogOpen)) {}
+      _mark(std::move(openDialogs)) {}
 
 DialogCallback::~DialogCallback() {
   PendingHandOvers::take(_callback);

@@ -13,10 +13,10 @@ class DialogCallback : public Pellion::Web::Callback {
  public:
   enum Type { eOpenFile = 0, eOpenFolder = 1, eSaveFile = 2 };
 
-  // `owner` is the instance's number among the pending hand-overs, `dialogOpen` its mark of a
-  // dialog, which is set until the page is told.
+  // `owner` is the instance's number among the pending hand-overs, `openDialogs` the count of its
+  // dialogs, which has this one until the page is told.
   DialogCallback(NPP instance, uint64_t owner, NPObject* callback, Type type,
-                 OpenDialogMark::Flag dialogOpen);
+                 OpenDialogMark::Count openDialogs);
   ~DialogCallback() override;
 
   // `dialog` is the finished FileDialog as a Runnable. The instance lives and may be destroyed in

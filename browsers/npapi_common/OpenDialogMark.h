@@ -4,26 +4,27 @@
 #include <memory>
 #include <utility>
 
-// Says, as long as it exists, that an instance has a dialog on screen or on its way there. The flag
-// is shared with the instance, which may go first. Main thread only.
+// Says, as long as it exists, that an instance has a dialog on screen or on its way there. The
+// count of these is shared with the instance, which may go first. It is above one when the browser
+// lets the page ask for a dialog while it is asked for its window for another. Main thread only.
 class OpenDialogMark {
  public:
-  using Flag = std::shared_ptr<bool>;
+  using Count = std::shared_ptr<int>;
 
-  explicit OpenDialogMark(Flag flag) : _flag(std::move(flag)) { *_flag = true; }
+  explicit OpenDialogMark(Count count) : _count(std::move(count)) { ++*_count; }
   ~OpenDialogMark() { remove(); }
   OpenDialogMark(const OpenDialogMark&) = delete;
   OpenDialogMark& operator=(const OpenDialogMark&) = delete;
 
   void remove() {
-    if (_flag) {
-      *_flag = false;
-      _flag.reset();
+    if (_count) {
+      --*_count;
+      _count.reset();
     }
   }
 
  private:
-  Flag _flag;
+  Count _count;
 };
 
 #endif  // BROWSERS_NPAPI_COMMON_OPEN_DIALOG_MARK_H_

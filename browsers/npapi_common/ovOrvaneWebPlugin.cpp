@@ -111,7 +111,9 @@ ovOrvaneWebPlugin::~ovOrvaneWebPlugin() {
   } catch (const std::exception& e) {
     ov_err("Plugin cleanup error: %s", e.what());
   }
-  // The core's threads are gone: what they posted, and what they could not release, ends here.
+  // Also when an exception has ended the cleanup before: the core's threads call the handler.
+  _pluginImpl.reset();
+  // They are gone: what they posted, and what they could not release, ends here.
   PendingHandOvers::freeAll(_serial);
   _dropObserver.reset();
   _eventHandler.reset();

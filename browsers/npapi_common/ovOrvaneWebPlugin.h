@@ -140,7 +140,7 @@ class ovOrvaneWebPlugin : public ovIOrvaneWebViewDelegate {
   NPBool _cocoaEventsSupport = 0;  // never set here
   NPObjectRef _dropObserver;
   NPObjectRef _eventHandler;
-  OpenDialogMark::Flag _dialogOpen = std::make_shared<bool>(false);
+  OpenDialogMark::Count _openDialogs = std::make_shared<int>(0);
 };
 
 #endif  // BROWSERS_NPAPI_COMMON_OV_ORVANE_WEB_PLUGIN_H_

@@ -61,7 +61,7 @@ bool refuseArguments(const char* method) {
 }  // namespace
 
 bool ovOrvaneWebPlugin::isDialogOpen() const {
-  return Pellion::Web::Utils::isSaveDialogOpen(nullptr) || *_dialogOpen;
+  return Pellion::Web::Utils::isSaveDialogOpen(nullptr) || *_openDialogs > 0;
 }
 
 std::unique_ptr<FileDialog> ovOrvaneWebPlugin::prepareDialog(const DialogKind& kind,
@@ -86,7 +86,7 @@ std::vector<std::string> ovOrvaneWebPlugin::showDialog(const DialogKind& kind,
     if (!dialog) {
       return {};
     }
-    const OpenDialogMark mark(_dialogOpen);
+    const OpenDialogMark mark(_openDialogs);
     std::vector<std::string> paths = dialog->show();
     if (life.expired()) {
       return {};
@@ -107,7 +107,7 @@ void ovOrvaneWebPlugin::scheduleDialog(const DialogKind& kind, const DialogMaker
     std::unique_ptr<FileDialog> dialog = prepareDialog(kind, make);
     if (dialog) {
       auto dialogCallback = std::make_unique<DialogCallback>(
-          _instance, _serial, NPVARIANT_TO_OBJECT(callback), kind.type, _dialogOpen);
+          _instance, _serial, NPVARIANT_TO_OBJECT(callback), kind.type, _openDialogs);
       RunnableScheduler::scheduleRunnable(_oneShotManager.get(), dialog.release(),
                                           dialogCallback.release());
     }

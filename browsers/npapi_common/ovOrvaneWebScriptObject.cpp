@@ -155,9 +155,12 @@ NPClass* OWCreateScriptObjectClass() {
   return record;
 }
 
-NPObject* OWScriptObjectAllocate(NPP, NPClass*) {
+NPObject* OWScriptObjectAllocate(NPP, NPClass* objectClass) {
   auto* object = static_cast<OWScriptObject*>(std::malloc(sizeof(OWScriptObject)));
   if (object != nullptr) {
+    // Browsers set the header themselves; a host may leave it to a class that allocates.
+    object->_class = objectClass;
+    object->referenceCount = 1;
     object->pdata = nullptr;
   }
   return object;

@@ -26,6 +26,7 @@ constexpr uint16_t kPluginTableVersion = NPVERS_HAS_CLEAR_SITE_DATA;
 constexpr int32_t kWriteReadySize = 0x0FFFFFFF;
 constexpr size_t kBrowserTableWords = 59;
 static_assert(sizeof(NPNetscapeFuncs) == kBrowserTableWords * sizeof(void*));
+static_assert(sizeof(NPPluginFuncs) == 168);
 
 // Null for a null instance and for one that has no plugin object.
 ovOrvaneWebPlugin* pluginOf(NPP instance) {
@@ -83,8 +84,10 @@ NPError NPP_Destroy(NPP instance, NPSavedData**) {
     ov_err("NPP_Destroy() - Null instance");
     return NPERR_INVALID_INSTANCE_ERROR;
   }
-  delete pluginOf(instance);
+  // Taken away first: whatever the browser calls during the destruction finds no plugin object.
+  const ovOrvaneWebPlugin* plugin = pluginOf(instance);
   instance->pdata = nullptr;
+  delete plugin;
   debugLine("NPP_Destroy() - done");
   return NPERR_NO_ERROR;
 }

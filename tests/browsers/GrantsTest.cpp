@@ -103,7 +103,7 @@ class GrantTable : public Grants {
   }
   Expected pick(DialogCallback::Type type, const Paths& paths) {
     AnsweredDialog dialog(paths);
-    DialogCallback(instance, 0, browser.window(), type, std::make_shared<bool>())
+    DialogCallback(instance, 0, browser.window(), type, std::make_shared<int>())
         .handleCallback(static_cast<Pellion::Web::Runnable*>(&dialog));
     if (type != DialogCallback::eOpenFile && !paths.empty()) {
       grant = paths[0];

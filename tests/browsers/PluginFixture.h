@@ -6,6 +6,7 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "browsers/npapi_common/ovOrvaneWebPlugin.h"
@@ -76,9 +77,8 @@ class PluginFixture : public Home {
     object = plugin->objectForWebScript();
   }
   void destroy() {
-    delete plugin;
-    plugin = nullptr;
     instance->pdata = nullptr;
+    delete std::exchange(plugin, nullptr);
     browser.closeInstance(instance);
   }
   // The same, for a function that a test puts into the browser's table.

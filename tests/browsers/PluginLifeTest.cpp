@@ -1,5 +1,7 @@
+#include <functional>
 #include <future>
 #include <thread>
+#include <utility>
 
 #include "browsers/npapi_common/DialogCallback.h"
 #include "browsers/npapi_common/PendingHandOvers.h"
@@ -103,8 +105,31 @@ TEST_F(PluginLife, releasesThePageFunctionOfADialogThatNeverRan) {
   EXPECT_TRUE(waitFor([] { return g_main_context_iteration(nullptr, FALSE) == TRUE; }));
   EXPECT_EQ(0u, page->calls().size());
   PageObject* other = browser.newFunction();
-  DialogCallback(nullptr, 1, other, DialogCallback::eOpenFile, std::make_shared<bool>());
+  DialogCallback(nullptr, 1, other, DialogCallback::eOpenFile, std::make_shared<int>());
   expectLetGo(other);
+}
+
+// A browser may let the page go on while it is asked for its window.
+TEST_F(PluginLife, countsADialogThatIsAskedForWhileAnotherIs) {
+  static std::function<void()> meanwhile;
+  create();
+  g_NPNFuncs.getvalue = [](NPP, NPNVariable, void*) -> NPError {
+    std::exchange(meanwhile, [] {})();
+    return NPERR_NO_ERROR;
+  };
+  std::vector<PageValue> whenTold;
+  PageObject* page = browser.newFunction([&](const PageArguments&) {
+    return whenTold.push_back(call("runOpenFileDialogAsync").value_or(false)), PageValue(1);
+  });
+  const auto ask = [&] {
+    EXPECT_EQ(PageValue(Null()), call("runOpenFolderDialogAsync", {"", true, page}));
+  };
+  meanwhile = ask;
+  ask();
+  EXPECT_TRUE(runUntil([&] { return page->calls().size() == 2; }));
+  EXPECT_EQ((std::vector<PageValue>{
+                R"({"error":{"code":-1,"user_message":"A dialog is already open"}})", false}),
+            whenTold);
 }
 
 TEST_F(PluginLife, givesTransferEventsToTheFunctionThatIsSetWhenTheyArriveInOrder) {

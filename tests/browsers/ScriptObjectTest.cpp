@@ -62,6 +62,13 @@ TEST_F(ScriptObject, turnsAStandardExceptionIntoAnErrorDocument) {
   EXPECT_EQ(1u, logLines(" ERR no property").size());
 }
 
+TEST_F(ScriptObject, hasItsHeaderFromTheStart) {
+  destroy();
+  browser.leaveHeaders();
+  create();
+  EXPECT_TRUE(call("queryVersion"));
+}
+
 TEST_F(ScriptObject, staysDeadWhenItsInstancesAddressIsUsedAgain) {
   NPObject* dead = object;
   const NPP address = instance;

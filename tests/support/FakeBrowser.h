@@ -45,6 +45,8 @@ class FakeBrowser {
   PageObject* window() { return _window; }
   PageObject* location() { return _location; }
   void setUserAgent(const std::string& userAgent) { _userAgent = userAgent; }
+  // As some hosts do: an object's header stays as its class's own `allocate` made it.
+  void leaveHeaders() { _fillsHeaders = false; }
 
   // Script access to any object, as the page has it; false and empty when the object refuses.
   // Results are released as an engine does, texts and objects alike.
@@ -132,6 +134,7 @@ class FakeBrowser {
   PageObject* _window;
   PageObject* _location;
   std::string _userAgent = "FakeBrowser/1.0";
+  bool _fillsHeaders = true;
   Pending _pending = Pending::kDropped;
   NPError _getUrlResult = NPERR_NO_ERROR;
   std::vector<std::string> _fetchedUrls;

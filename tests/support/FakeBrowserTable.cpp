@@ -82,6 +82,9 @@ struct FakeBrowser::Table {
     NPObject* object = objectClass->allocate != nullptr
                            ? objectClass->allocate(instance, objectClass)
                            : static_cast<NPObject*>(std::malloc(sizeof(NPObject)));
+    if (!browser._fillsHeaders && (object->_class != objectClass || object->referenceCount != 1)) {
+      browser.breach("allocate left the header of an object unset");
+    }
     return browser.adopt(instance, object, objectClass);
   }
 

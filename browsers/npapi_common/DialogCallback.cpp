@@ -27,10 +27,8 @@ DialogCallback::~DialogCallback() {
 void DialogCallback::handleCallback(void* dialog) {
   auto* job = static_cast<FileDialog*>(static_cast<Runnable*>(dialog));
   const std::string text = job->resultStr();
-  if (ov_dbg_detail()) {
-    ov_dbg("DialogCallback::handleCallback() - result=%lu resultStr=%s", job->result(),
+  ov_trace("DialogCallback::handleCallback() - result=%lu resultStr=%s", job->result(),
            text.c_str());
-  }
   const std::vector<std::string>& paths = job->selectedPaths();
   if (job->result() != 0 && _type != eOpenFile && !paths.empty()) {
     auto* plugin = static_cast<ovOrvaneWebPlugin*>(_instance->pdata);

@@ -3,12 +3,11 @@
 #include <glib.h>
 
 #include <atomic>
-#include <exception>
 #include <map>
 #include <mutex>
 #include <utility>
 
-#include "ovlib/ovlog.h"
+#include "browsers/npapi_common/CBoundary.h"
 
 namespace {
 
@@ -97,11 +96,7 @@ void PendingHandOvers::deliver(void* ticket) {
   if (handOver == nullptr) {
     return;
   }
-  try {
-    handOver->deliver();
-  } catch (const std::exception& e) {
-    ov_err("Call into the page ended by an exception: %s", e.what());
-  }
+  CBoundary::run("Call into the page ended by an exception", [&] { handOver->deliver(); });
 }
 
 PendingHandOvers::Ticket PendingHandOvers::keep(uint64_t owner, NPObjectRef object) {

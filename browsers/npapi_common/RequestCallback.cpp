@@ -27,9 +27,7 @@ RequestCallback::~RequestCallback() {
 void RequestCallback::handleCallback(void* response) {
   std::string text = response != nullptr ? static_cast<HttpResponse*>(response)->data()
                                          : Json::createError(Pellion::Web::kErrorPellionRequest);
-  if (ov_dbg_detail()) {
-    ov_dbg("RequestCallback::handleCallback() - response=%s", text.c_str());
-  }
+  ov_trace("RequestCallback::handleCallback() - response=%s", text.c_str());
   PendingHandOvers::post(
       _owner, _instance,
       std::make_unique<StringCallbackMessage>(_instance, std::move(_callback), std::move(text)));

@@ -8,9 +8,7 @@
 #include "ovlib/ovlog.h"
 
 void logScriptCall(const char* method, uint32_t argCount) {
-  if (ov_dbg_detail()) {
-    ov_dbg("%s(): argCount=%u", method, argCount);
-  }
+  ov_trace("%s(): argCount=%u", method, argCount);
 }
 
 bool startWithStrings(const NPVariant* args, uint32_t argCount, uint32_t wanted) {

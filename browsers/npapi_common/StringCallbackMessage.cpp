@@ -8,9 +8,7 @@ void StringCallbackMessage::deliver() {
 }
 
 void callbackBrowser(const StringCallbackMessage& message) {
-  if (ov_dbg_detail()) {
-    ov_dbg("callbackBrowser - msg=%s", message.data().c_str());
-  }
+  ov_trace("callbackBrowser - msg=%s", message.data().c_str());
   NPVariant argument;
   OW_CharPtrToNPStringVariant(message.data().c_str(), &argument);
   // Deliberate: neither the argument's text nor the result's memory is freed, so every call leaves

@@ -7,15 +7,11 @@
 
 TransferEventHandler::TransferEventHandler(NPP instance, NPObject* eventHandler, uint64_t owner)
     : EventHandler(instance, eventHandler), _owner(owner) {
-  if (ov_dbg_detail()) {
-    ov_dbg("TransferEventHandler() [%p]", static_cast<void*>(this));
-  }
+  ov_trace("TransferEventHandler() [%p]", static_cast<void*>(this));
 }
 
 TransferEventHandler::~TransferEventHandler() {
-  if (ov_dbg_detail()) {
-    ov_dbg("~TransferEventHandler() [%p]", static_cast<void*>(this));
-  }
+  ov_trace("~TransferEventHandler() [%p]", static_cast<void*>(this));
 }
 
 void TransferEventHandler::transferEventOccurred(const std::string& event) {

@@ -2,9 +2,9 @@
 
 #include <gtk/gtkplug.h>
 
-#include <exception>
 #include <utility>
 
+#include "browsers/npapi_common/CBoundary.h"
 #include "browsers/npapi_common/ovIOrvaneWebViewDelegate.h"
 #include "os/src/GtkSetup.h"
 #include "ovlib/ovfile.h"
@@ -70,9 +70,7 @@ ovLinuxOrvaneWebViewImpl::~ovLinuxOrvaneWebViewImpl() {
 
 bool ovLinuxOrvaneWebViewImpl::init(NPWindow* window, NPP /*instance*/, bool enableDrop,
                                     bool allowDirectories, bool allowMultiple) {
-  if (ov_dbg_detail()) {
-    ov_dbg("ovLinuxOrvaneWebViewImpl::init()");
-  }
+  ov_trace("ovLinuxOrvaneWebViewImpl::init()");
   const bool haveGtk = Pellion::Web::ensureGtkInitialised();
   if (haveGtk) {
     setDefaultIcon();
@@ -179,9 +177,7 @@ bool ovLinuxOrvaneWebViewImpl::collectPath(const gchar* uri,
 std::vector<std::string> ovLinuxOrvaneWebViewImpl::collectPaths(gchar** uris) const {
   std::vector<std::string> paths;
   for (size_t i = 0; uris[i] != nullptr; ++i) {
-    if (ov_dbg_detail()) {
-      ov_dbg("URI dropped: %s", uris[i]);
-    }
+    ov_trace("URI dropped: %s", uris[i]);
     if (i > 0 && !_allowMultiple) {
       ov_log("Multiple file drops disabled. Ignoring drop.");
       return {};
@@ -196,16 +192,11 @@ std::vector<std::string> ovLinuxOrvaneWebViewImpl::collectPaths(gchar** uris) co
 void ovLinuxOrvaneWebViewImpl::drag_data_received(GtkWidget* /*widget*/, GdkDragContext* context,
                                                   gint /*x*/, gint /*y*/, GtkSelectionData* data,
                                                   guint info, guint time, gpointer self) {
-  if (ov_dbg_detail()) {
-    ov_dbg("ovLinuxOrvaneWebViewImpl::drag_data_received_hand1()");
-  }
+  ov_trace("ovLinuxOrvaneWebViewImpl::drag_data_received_hand1()");
   gchar** uris = takeUris(data, info);
-  bool accepted = false;
-  try {
-    accepted = uris != nullptr && static_cast<ovLinuxOrvaneWebViewImpl*>(self)->drop(uris);
-  } catch (const std::exception& e) {
-    ov_err("Error handling drop: %s", e.what());
-  }
+  const bool accepted = CBoundary::call("Error handling drop", false, [&] {
+    return uris != nullptr && static_cast<ovLinuxOrvaneWebViewImpl*>(self)->drop(uris);
+  });
   g_strfreev(uris);
   gtk_drag_finish(context, accepted ? TRUE : FALSE, FALSE, time);
   if (!accepted && data != nullptr) {

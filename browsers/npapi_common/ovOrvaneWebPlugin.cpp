@@ -52,9 +52,7 @@ NPObject* objectOf(const NPVariant& value) {
 
 ovOrvaneWebPlugin::ovOrvaneWebPlugin(NPP instance, std::map<std::string, std::string>& params)
     : _instance(instance), _serial(PendingHandOvers::newOwner()) {
-  if (ov_dbg_detail()) {
-    ov_dbg("ovOrvaneWebPlugin() [%p]", static_cast<void*>(this));
-  }
+  ov_trace("ovOrvaneWebPlugin() [%p]", static_cast<void*>(this));
   try {
     initCore(params);
   } catch (const std::exception& e) {
@@ -96,9 +94,7 @@ void ovOrvaneWebPlugin::initScripting() {
 }
 
 ovOrvaneWebPlugin::~ovOrvaneWebPlugin() {
-  if (ov_dbg_detail()) {
-    ov_dbg("~ovOrvaneWebPlugin() [%p]", static_cast<void*>(this));
-  }
+  ov_trace("~ovOrvaneWebPlugin() [%p]", static_cast<void*>(this));
   if (_scriptObject != nullptr) {
     _scriptObject->pdata = nullptr;
   }
@@ -119,9 +115,7 @@ ovOrvaneWebPlugin::~ovOrvaneWebPlugin() {
   _eventHandler.reset();
   // Deliberate: the reference on the script object that its making gave is never returned, so every
   // instance leaves its object behind in the browser.
-  if (ov_dbg_detail()) {
-    ov_dbg("~ovOrvaneWebPlugin() - done");
-  }
+  ov_trace("~ovOrvaneWebPlugin() - done");
 }
 
 void ovOrvaneWebPlugin::cleanup() {

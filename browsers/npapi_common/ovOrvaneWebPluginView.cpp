@@ -55,10 +55,8 @@ int16_t ovOrvaneWebPlugin::handleEvent(void* event) {
 
 bool ovOrvaneWebPlugin::createStream(NPMIMEType /*type*/, NPStream* stream, NPBool /*seekable*/,
                                      uint16_t* /*stype*/) {
-  if (ov_dbg_detail()) {
-    ov_dbg("ovOrvaneWebPlugin::createStream()");
-    ov_dbg("  URL: %s", textOrEmpty(stream->url));
-  }
+  ov_trace("ovOrvaneWebPlugin::createStream()");
+  ov_trace("  URL: %s", textOrEmpty(stream->url));
   return true;
 }
 
@@ -89,9 +87,7 @@ int32_t ovOrvaneWebPlugin::receiveOnStream(NPStream* stream, int32_t offset, int
 }
 
 bool ovOrvaneWebPlugin::destroyStream(NPStream* stream, NPReason /*reason*/) {
-  if (ov_dbg_detail()) {
-    ov_dbg("ovOrvaneWebPlugin::destroyStream()");
-  }
+  ov_trace("ovOrvaneWebPlugin::destroyStream()");
   if (!isStreamOf(stream, _image)) {
     return false;
   }
@@ -113,9 +109,7 @@ void ovOrvaneWebPlugin::urlNotify(const char* url, NPReason /*reason*/) {
 }
 
 void ovOrvaneWebPlugin::doDrop(std::vector<std::string> paths) {
-  if (ov_dbg_detail()) {
-    ov_dbg("ovOrvaneWebPlugin::doDrop()");
-  }
+  ov_trace("ovOrvaneWebPlugin::doDrop()");
   if (_dropMode == eUploadDropMode) {
     _pluginImpl->uploadDroppedFiles(paths);
   } else if (_dropMode == eCallbackDropMode) {

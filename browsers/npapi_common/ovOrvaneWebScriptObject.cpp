@@ -4,12 +4,12 @@
 #include <cstring>
 #include <exception>
 
+#include "browsers/npapi_common/CBoundary.h"
 #include "browsers/npapi_common/ovOrvaneWebPlugin.h"
 #include "browsers/npapi_common/ovUtility.h"
 #include "ovlib/ovlog.h"
 #include "ovlib/ovtime.h"
 #include "plugin/src/Json.h"
-#include "plugin/src/Utils.h"
 
 const char* const OWScriptObjectPropertyName = "name";
 const char* const OWScriptObjectPropertyDropObserver = "dropObserver";
@@ -101,8 +101,10 @@ bool callMethod(Plugin* owner, const char* name, const NPVariant* args, uint32_t
   try {
     return (owner->*method->member)(args, argCount, result);
   } catch (const std::exception& e) {
-    OW_CharPtrToNPStringVariant(Pellion::Web::Json::createErrorAndLog(e).c_str(), result);
-    return true;
+    return CBoundary::call("", false, [&] {
+      OW_CharPtrToNPStringVariant(Pellion::Web::Json::createErrorAndLog(e).c_str(), result);
+      return true;
+    });
   }
 }
 
@@ -117,12 +119,7 @@ bool accessProperty(NPObject* object, NPIdentifier identifier, Accessor ScriptPr
   if (property == nullptr) {
     return false;
   }
-  try {
-    return (owner->*(property->*accessor))(value);
-  } catch (const std::exception& e) {
-    Pellion::Web::Utils::logException(e);
-    return false;
-  }
+  return CBoundary::call("", false, [&] { return (owner->*(property->*accessor))(value); });
 }
 
 bool checkClock(int error) {
@@ -186,8 +183,8 @@ bool OWScriptObjectInvoke(NPObject* object, NPIdentifier identifier, const NPVar
   const bool timed = checkClock(ov_time_gettimeofday(&start));
   const bool answer = callMethod(owner, name, args, argCount, result);
   uint64_t elapsed;
-  if (timed && checkClock(ov_time_get_usec_since(&start, &elapsed)) && ov_dbg_detail()) {
-    ov_dbg("OWScriptObjectInvoke - %s took %lu", name, elapsed);
+  if (timed && checkClock(ov_time_get_usec_since(&start, &elapsed))) {
+    ov_trace("OWScriptObjectInvoke - %s took %lu", name, elapsed);
   }
   return answer;
 }

@@ -1,8 +1,8 @@
 #include <cstring>
-#include <exception>
 #include <map>
 #include <string>
 
+#include "browsers/npapi_common/CBoundary.h"
 #include "browsers/npapi_common/ovOrvaneWebPlugin.h"
 #include "browsers/npapi_common/ovUtility.h"
 #include "npapi/npfunctions.h"
@@ -13,6 +13,7 @@
 
 // The module's five entry points, and the functions that it hands to the browser for its instances.
 // Everything runs on the browser's main thread; an instance's plugin object hangs in its `pdata`.
+// No exception leaves any of them.
 
 using Pellion::Web::RunnableScheduler;
 namespace Utils = Pellion::Web::Utils;
@@ -24,6 +25,7 @@ const char kPluginName[] = "Orvane Web";
 const char kPluginDescription[] = "Orvane NPAPI plugin";
 constexpr uint16_t kPluginTableVersion = NPVERS_HAS_CLEAR_SITE_DATA;
 constexpr int32_t kWriteReadySize = 0x0FFFFFFF;
+constexpr int32_t kRefusedStream = -1;
 constexpr size_t kBrowserTableWords = 59;
 static_assert(sizeof(NPNetscapeFuncs) == kBrowserTableWords * sizeof(void*));
 static_assert(sizeof(NPPluginFuncs) == 168);
@@ -33,16 +35,32 @@ ovOrvaneWebPlugin* pluginOf(NPP instance) {
   return instance != nullptr ? static_cast<ovOrvaneWebPlugin*>(instance->pdata) : nullptr;
 }
 
-void debugLine(const char* text) {
-  if (ov_dbg_detail()) {
-    ov_dbg("%s", text);
-  }
+// A call of the browser: its debug line, then `body`. Answers `failure` when that throws.
+template <typename Result, typename Body>
+Result enter(const char* name, Result failure, Body body) {
+  return CBoundary::call(name, failure, [&] {
+    ov_trace("%s", name);
+    return body();
+  });
+}
+
+// A call for an instance; `body` gets its plugin object.
+template <typename Body>
+NPError forward(const char* name, NPP instance, Body body) {
+  return enter(name, NPERR_GENERIC_ERROR, [&] {
+    ovOrvaneWebPlugin* plugin = pluginOf(instance);
+    if (plugin == nullptr) {
+      return NPERR_INVALID_INSTANCE_ERROR;
+    }
+    body(*plugin);
+    return NPERR_NO_ERROR;
+  });
 }
 
 // Logs the parameters and answers them by name; a later one of the same name wins.
 std::map<std::string, std::string> readParameters(int16_t argc, char** argn, char** argv) {
   std::map<std::string, std::string> params;
-  debugLine("Plugin parameters:");
+  ov_trace("Plugin parameters:");
   for (int16_t i = 0; i < argc; ++i) {
     if (argn[i] != nullptr && argv[i] != nullptr) {
       ov_dbg("  %s = %s", argn[i], argv[i]);
@@ -58,135 +76,107 @@ extern "C" {
 
 NPError NPP_New(NPMIMEType, NPP instance, uint16_t, int16_t argc, char** argn, char** argv,
                 NPSavedData*) {
-  if (ov_dbg_detail()) {
-    ov_dbg("NPP_New() [%p]", static_cast<void*>(instance));
-  }
-  try {
+  return CBoundary::call("", NPERR_GENERIC_ERROR, [&] {
+    ov_trace("NPP_New() [%p]", static_cast<void*>(instance));
     std::map<std::string, std::string> params = readParameters(argc, argn, argv);
     instance->pdata = new ovOrvaneWebPlugin(instance, params);
-  } catch (const std::exception& e) {
-    ov_err("%s", e.what());
-    return NPERR_GENERIC_ERROR;
-  }
-  const NPError error = OW_CocoaEventsSupportedCheck(instance);
-  if (error != NPERR_NO_ERROR) {
+    const NPError error = OW_CocoaEventsSupportedCheck(instance);
+    if (error == NPERR_NO_ERROR) {
+      ov_trace("NPP_New() - done");
+    }
     return error;
-  }
-  debugLine("NPP_New() - done");
-  return NPERR_NO_ERROR;
+  });
 }
 
 NPError NPP_Destroy(NPP instance, NPSavedData**) {
-  if (ov_dbg_detail()) {
-    ov_dbg("NPP_Destroy() [%p]", static_cast<void*>(instance));
-  }
-  if (instance == nullptr) {
-    ov_err("NPP_Destroy() - Null instance");
-    return NPERR_INVALID_INSTANCE_ERROR;
-  }
-  // Taken away first: whatever the browser calls during the destruction finds no plugin object.
-  const ovOrvaneWebPlugin* plugin = pluginOf(instance);
-  instance->pdata = nullptr;
-  delete plugin;
-  debugLine("NPP_Destroy() - done");
-  return NPERR_NO_ERROR;
+  return CBoundary::call("NPP_Destroy()", NPERR_GENERIC_ERROR, [&] {
+    ov_trace("NPP_Destroy() [%p]", static_cast<void*>(instance));
+    if (instance == nullptr) {
+      ov_err("NPP_Destroy() - Null instance");
+      return NPERR_INVALID_INSTANCE_ERROR;
+    }
+    // Taken away first: whatever the browser calls during the destruction finds no plugin object.
+    const ovOrvaneWebPlugin* plugin = pluginOf(instance);
+    instance->pdata = nullptr;
+    delete plugin;
+    ov_trace("NPP_Destroy() - done");
+    return NPERR_NO_ERROR;
+  });
 }
 
 NPError NPP_SetWindow(NPP instance, NPWindow* window) {
-  debugLine("NPP_SetWindow()");
-  ovOrvaneWebPlugin* plugin = pluginOf(instance);
-  if (plugin == nullptr) {
-    return NPERR_INVALID_INSTANCE_ERROR;
-  }
-  plugin->setWindow(window, instance);
-  return NPERR_NO_ERROR;
+  return forward("NPP_SetWindow()", instance,
+                 [&](ovOrvaneWebPlugin& plugin) { plugin.setWindow(window, instance); });
 }
 
 NPError NPP_NewStream(NPP instance, NPMIMEType type, NPStream* stream, NPBool seekable,
                       uint16_t* stype) {
-  debugLine("NPP_NewStream()");
-  ovOrvaneWebPlugin* plugin = pluginOf(instance);
-  if (plugin == nullptr) {
-    return NPERR_INVALID_INSTANCE_ERROR;
-  }
-  plugin->createStream(type, stream, seekable, stype);
-  return NPERR_NO_ERROR;
+  return forward("NPP_NewStream()", instance, [&](ovOrvaneWebPlugin& plugin) {
+    plugin.createStream(type, stream, seekable, stype);
+  });
 }
 
 int32_t NPP_WriteReady(NPP, NPStream*) {
-  debugLine("NPP_WriteReady()");
-  return kWriteReadySize;
+  return enter("NPP_WriteReady()", kWriteReadySize, [] { return kWriteReadySize; });
 }
 
 int32_t NPP_Write(NPP instance, NPStream* stream, int32_t offset, int32_t length, void* buffer) {
-  debugLine("NPP_Write()");
-  ovOrvaneWebPlugin* plugin = pluginOf(instance);
-  if (plugin == nullptr) {
-    // Deliberate: the browser reads this error code as two bytes taken.
-    return NPERR_INVALID_INSTANCE_ERROR;
-  }
-  return plugin->receiveOnStream(stream, offset, length, buffer);
+  return enter("NPP_Write()", kRefusedStream, [&]() -> int32_t {
+    ovOrvaneWebPlugin* plugin = pluginOf(instance);
+    if (plugin == nullptr) {
+      // Deliberate: the browser reads this error code as two bytes taken.
+      return NPERR_INVALID_INSTANCE_ERROR;
+    }
+    return plugin->receiveOnStream(stream, offset, length, buffer);
+  });
 }
 
 NPError NPP_DestroyStream(NPP instance, NPStream* stream, NPReason reason) {
-  debugLine("NPP_DestroyStream()");
-  ovOrvaneWebPlugin* plugin = pluginOf(instance);
-  if (plugin == nullptr) {
-    return NPERR_INVALID_INSTANCE_ERROR;
-  }
-  plugin->destroyStream(stream, reason);
-  return NPERR_NO_ERROR;
+  return forward("NPP_DestroyStream()", instance,
+                 [&](ovOrvaneWebPlugin& plugin) { plugin.destroyStream(stream, reason); });
 }
 
 void NPP_StreamAsFile(NPP instance, NPStream* stream, const char* fileName) {
-  debugLine("NPP_StreamAsFile()");
-  if (ovOrvaneWebPlugin* plugin = pluginOf(instance)) {
-    plugin->streamAsFile(stream, fileName);
-  }
+  forward("NPP_StreamAsFile()", instance,
+          [&](ovOrvaneWebPlugin& plugin) { plugin.streamAsFile(stream, fileName); });
 }
 
 void NPP_URLNotify(NPP instance, const char* url, NPReason reason, void*) {
-  debugLine("NPP_URLNotify()");
-  if (ovOrvaneWebPlugin* plugin = pluginOf(instance)) {
-    plugin->urlNotify(url, reason);
-  }
+  forward("NPP_URLNotify()", instance,
+          [&](ovOrvaneWebPlugin& plugin) { plugin.urlNotify(url, reason); });
 }
 
 void NPP_Print(NPP, NPPrint*) {
-  debugLine("NPP_Print()");
+  enter("NPP_Print()", NPERR_GENERIC_ERROR, [] { return NPERR_NO_ERROR; });
 }
 
 NPError NPP_GetValue(NPP instance, NPPVariable variable, void* value) {
-  debugLine("NPP_GetValue()");
-  ovOrvaneWebPlugin* plugin = pluginOf(instance);
-  if (plugin == nullptr) {
-    return NPERR_INVALID_INSTANCE_ERROR;
-  }
-  if (variable == NPPVpluginScriptableNPObject) {
-    *static_cast<NPObject**>(value) = plugin->objectForWebScript();
-  } else if (variable == NPPVpluginNeedsXEmbed) {
-    *static_cast<NPBool*>(value) = true;
-  }
   // Deliberate: an unknown variable counts as answered, though nothing is stored.
-  return NPERR_NO_ERROR;
+  return forward("NPP_GetValue()", instance, [&](ovOrvaneWebPlugin& plugin) {
+    if (variable == NPPVpluginScriptableNPObject) {
+      *static_cast<NPObject**>(value) = plugin.objectForWebScript();
+    } else if (variable == NPPVpluginNeedsXEmbed) {
+      *static_cast<NPBool*>(value) = true;
+    }
+  });
 }
 
 NPError NPP_SetValue(NPP, NPNVariable, void*) {
-  debugLine("NPP_SetValue()");
-  return NPERR_NO_ERROR;
+  return enter("NPP_SetValue()", NPERR_GENERIC_ERROR, [] { return NPERR_NO_ERROR; });
 }
 
 int16_t NPP_HandleEvent(NPP instance, void* event) {
-  debugLine("NPP_HandleEvent()");
-  if (instance == nullptr) {
-    return NPERR_INVALID_INSTANCE_ERROR;
-  }
-  ovOrvaneWebPlugin* plugin = pluginOf(instance);
-  return event != nullptr && plugin != nullptr ? plugin->handleEvent(event) : int16_t{0};
+  return enter("NPP_HandleEvent()", int16_t{0}, [&]() -> int16_t {
+    if (instance == nullptr) {
+      return NPERR_INVALID_INSTANCE_ERROR;
+    }
+    ovOrvaneWebPlugin* plugin = pluginOf(instance);
+    return event != nullptr && plugin != nullptr ? plugin->handleEvent(event) : int16_t{0};
+  });
 }
 
 NPError OW_PopulateNetscapeFunctionTable(NPNetscapeFuncs* browserFuncs) {
-  debugLine("OW_PopulateNetscapeFunctionTable()");
+  ov_trace("OW_PopulateNetscapeFunctionTable()");
   // Deliberate: always the whole table, even when the browser declares a smaller one; its later
   // entries are then whatever follows it in memory.
   // cppcheck-suppress pointerSize ; the size of the table, counted in entries
@@ -195,7 +185,7 @@ NPError OW_PopulateNetscapeFunctionTable(NPNetscapeFuncs* browserFuncs) {
 }
 
 NPError OW_PopulatePluginFunctionTable(NPPluginFuncs* pluginFuncs) {
-  debugLine("OW_PopulatePluginFunctionTable()");
+  ov_trace("OW_PopulatePluginFunctionTable()");
   if (pluginFuncs == nullptr) {
     ov_err("OW_PopulatePluginFunctionTable() - Null argument");
     return NPERR_INVALID_FUNCTABLE_ERROR;
@@ -205,6 +195,7 @@ NPError OW_PopulatePluginFunctionTable(NPPluginFuncs* pluginFuncs) {
     ov_err("OW_PopulatePluginFunctionTable() - Bad NPPluginFuncs size=%d (expected=%d)",
            pluginFuncs->size, static_cast<int>(sizeof(NPPluginFuncs)));
   }
+  // Deliberate: the size and the entries after `setvalue` stay as the browser left them.
   pluginFuncs->version = kPluginTableVersion;
   pluginFuncs->newp = NPP_New;
   pluginFuncs->destroy = NPP_Destroy;
@@ -226,56 +217,60 @@ NPError OW_PopulatePluginFunctionTable(NPPluginFuncs* pluginFuncs) {
 #define ORVANE_EXPORT __attribute__((visibility("default")))
 
 ORVANE_EXPORT NPError NP_Initialize(NPNetscapeFuncs* browserFuncs, NPPluginFuncs* pluginFuncs) {
-  ov_time_init();
-  try {
-    Utils::logInit();
-  } catch (...) {
-    // Deliberate: without a log file the module works all the same, and writes nothing.
-  }
-  ov_log("\n\nInitializing Orvane Web Gecko plugin\n");
-  NPError error = OW_PopulateNetscapeFunctionTable(browserFuncs);
-  if (error == NPERR_NO_ERROR) {
-    error = OW_PopulatePluginFunctionTable(pluginFuncs);
-  }
-  if (error == NPERR_NO_ERROR) {
-    RunnableScheduler::init();
-  }
-  return error;
+  return CBoundary::call("NP_Initialize()", NPERR_GENERIC_ERROR, [&] {
+    ov_time_init();
+    try {
+      Utils::logInit();
+    } catch (...) {
+      // Deliberate: without a log file the module works all the same, and writes nothing.
+    }
+    ov_log("\n\nInitializing Orvane Web Gecko plugin\n");
+    NPError error = OW_PopulateNetscapeFunctionTable(browserFuncs);
+    if (error == NPERR_NO_ERROR) {
+      error = OW_PopulatePluginFunctionTable(pluginFuncs);
+    }
+    if (error == NPERR_NO_ERROR) {
+      RunnableScheduler::init();
+    }
+    return error;
+  });
 }
 
 ORVANE_EXPORT NPError NP_Shutdown() {
-  ov_log("Shutting down Orvane Web Gecko plugin");
-  RunnableScheduler::cleanup();
-  Utils::logCleanup();
-  return NPERR_NO_ERROR;
+  return CBoundary::call("NP_Shutdown()", NPERR_GENERIC_ERROR, [] {
+    ov_log("Shutting down Orvane Web Gecko plugin");
+    RunnableScheduler::cleanup();
+    Utils::logCleanup();
+    return NPERR_NO_ERROR;
+  });
 }
 
 ORVANE_EXPORT NPError NP_GetEntryPoints(NPPluginFuncs* pluginFuncs) {
-  debugLine("NP_GetEntryPoints()");
-  return OW_PopulatePluginFunctionTable(pluginFuncs);
+  return enter("NP_GetEntryPoints()", NPERR_GENERIC_ERROR,
+               [&] { return OW_PopulatePluginFunctionTable(pluginFuncs); });
 }
 
 ORVANE_EXPORT const char* NP_GetMIMEDescription() {
-  debugLine("NP_GetMIMEDescription()");
-  return kMimeDescription;
+  const char* const description = kMimeDescription;
+  return enter("NP_GetMIMEDescription()", description, [&] { return description; });
 }
 
 ORVANE_EXPORT NPError NP_GetValue(NPP instance, NPPVariable variable, void* value) {
-  if (ov_dbg_detail()) {
-    ov_dbg("NP_GetValue() - %d", static_cast<int>(variable));
-  }
-  switch (variable) {
-    case NPPVpluginNameString:
-      *static_cast<const char**>(value) = kPluginName;
-      return NPERR_NO_ERROR;
-    case NPPVpluginDescriptionString:
-      *static_cast<const char**>(value) = kPluginDescription;
-      return NPERR_NO_ERROR;
-    case NPPVpluginScriptableNPObject:
-      return NPP_GetValue(instance, variable, value);
-    default:
-      return NPERR_GENERIC_ERROR;
-  }
+  return CBoundary::call("NP_GetValue()", NPERR_GENERIC_ERROR, [&] {
+    ov_trace("NP_GetValue() - %d", static_cast<int>(variable));
+    switch (variable) {
+      case NPPVpluginNameString:
+        *static_cast<const char**>(value) = kPluginName;
+        return NPERR_NO_ERROR;
+      case NPPVpluginDescriptionString:
+        *static_cast<const char**>(value) = kPluginDescription;
+        return NPERR_NO_ERROR;
+      case NPPVpluginScriptableNPObject:
+        return NPP_GetValue(instance, variable, value);
+      default:
+        return NPERR_GENERIC_ERROR;
+    }
+  });
 }
 
 }  // extern "C"

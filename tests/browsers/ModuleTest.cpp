@@ -200,4 +200,15 @@ TEST_F(Module, refusesAnInstanceThatCannotBeMade) {
   EXPECT_TRUE(logLines("NPP_New() - done").empty());
 }
 
+TEST_F(Module, letsNoExceptionOutIntoTheBrowser) {
+  unsetenv("DISPLAY");
+  browser.functions()->geturl = [](NPP, const char*, const char*) -> NPError { throw 7; };
+  ASSERT_EQ(NPERR_NO_ERROR, initialize());
+  NPP instance = newInstance({{"image", "http://x/a.png"}});
+  NPWindow window = {};
+  EXPECT_EQ(NPERR_GENERIC_ERROR, plugin.setwindow(instance, &window));
+  EXPECT_TRUE(logged({"DBG NPP_SetWindow()", "ERR NPP_SetWindow(): unknown exception"}));
+  browser.destroyInstance(plugin, instance);
+}
+
 }  // namespace

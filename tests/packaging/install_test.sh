@@ -2,7 +2,7 @@
 # Installs the packages, uses them, and removes them; nothing is left then, on failure as well. Skipped
 # (77) where it may not be done: without root, and where the user has installed the plugin.
 # Usage: install_test.sh PROJECT BUILD [WEB_HOST]
-project=$1 build=$2 web_host=${3:-}
+project=$1 build=$2 webkit_host=${3:-}
 . "$(dirname -- "$0")/support.sh"
 
 clean_up() {
@@ -32,7 +32,7 @@ grep -v '/$' "$stage/paths" >>"$stage/new"
 
 prepare_home
 start_display
-[ -z "$web_host" ] || ! engine_has_plugin || fail "the engine has the plugin before it is installed"
+[ -z "$webkit_host" ] || ! engine_has_plugin || fail "the engine has the plugin before it is installed"
 
 installing=yes
 # Some machines are set up to leave documentation out.
@@ -54,7 +54,7 @@ installing=
 while read -r path; do
   [ ! -e "$path" ] || fail "removing left $path"
 done <"$stage/new"
-[ -z "$web_host" ] || {
+[ -z "$webkit_host" ] || {
   start_display
   ! engine_has_plugin || fail "the engine has the plugin after it is removed"
 }

@@ -1,7 +1,7 @@
 #!/bin/sh
 # `cmake --install` into a prefix gives what the packages have, and works from there.
 # Usage: prefix_test.sh PROJECT BUILD [WEB_HOST]
-project=$1 build=$2 web_host=${3:-}
+project=$1 build=$2 webkit_host=${3:-}
 . "$(dirname -- "$0")/support.sh"
 
 clean_up() {

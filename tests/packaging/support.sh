@@ -1,4 +1,4 @@
-# Shared by the tests of an installation; sourced, not run. $project, $build and $web_host (empty: no
+# Shared by the tests of an installation; sourced, not run. $project, $build and $webkit_host (empty: no
 # engine to try it in) come from whoever sources it.
 # shellcheck shell=sh disable=SC2154
 set -eu
@@ -54,7 +54,7 @@ start_display() {
 
 # A page that looks at everything that the plugin offers; fails where no browser finds the plugin.
 engine_has_plugin() {
-  "$web_host" "file://$project/tests/webkit/pages/surface.html" 30 <&9 >"$stage/engine.log" 2>&1
+  "$webkit_host" "file://$project/tests/webkit/pages/surface.html" 30 <&9 >"$stage/engine.log" 2>&1
 }
 
 # From a new user's first steps to moved files, with the programs installed below PREFIX.
@@ -70,7 +70,7 @@ try_out() {
     cat "$stage/check.log"
     fail "orvane-web-check does not find the installed module"
   }
-  if [ -n "$web_host" ]; then
+  if [ -n "$webkit_host" ]; then
     engine_has_plugin || {
       cat "$stage/engine.log"
       fail "the plugin does not work in the browser engine"

@@ -46,7 +46,7 @@ class ExamplePages : public test_support::WebPage {
     const std::string what = step.substr(0, blank);
     const std::string object = step.substr(blank + 1);
     if (what == "click") {
-      xdotool("mousemove --window " + user::waitForWindow("orvane-web-host") + " " + object +
+      xdotool("mousemove --window " + user::waitForWindow("orvane-webkit-host") + " " + object +
               " click 1");
     } else if (what == "await") {
       // For each of the two, the picture comes in three pieces; had the plugin refused it, in one.

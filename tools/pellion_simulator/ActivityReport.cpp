@@ -3,9 +3,12 @@
 #include <algorithm>
 #include <charconv>
 
+#include "tools/json/JsonDocument.h"
+#include "tools/json/JsonWriter.h"
 #include "tools/pellion_simulator/ApiError.h"
-#include "tools/pellion_simulator/JsonDocument.h"
-#include "tools/pellion_simulator/JsonWriter.h"
+
+using json::JsonDocument;
+using json::JsonWriter;
 
 namespace pellion_simulator {
 

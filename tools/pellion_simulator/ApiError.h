@@ -16,6 +16,9 @@ class ApiError : public std::runtime_error {
   int _status;
 };
 
+// The document in which failures are told: {"error":{"code":...,"user_message":"..."}}.
+std::string errorDocument(int code, const std::string& message);
+
 }  // namespace pellion_simulator
 
 #endif  // PELLION_SIMULATOR_API_ERROR_H_

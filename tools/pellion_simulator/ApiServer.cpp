@@ -5,11 +5,14 @@
 #include <chrono>
 #include <stdexcept>
 
+#include "tools/json/JsonError.h"
+#include "tools/json/JsonWriter.h"
 #include "tools/pellion_simulator/ActivityReport.h"
 #include "tools/pellion_simulator/ApiError.h"
-#include "tools/pellion_simulator/JsonWriter.h"
 #include "tools/pellion_simulator/Log.h"
 #include "tools/pellion_simulator/RequestGuard.h"
+
+using json::JsonWriter;
 
 namespace pellion_simulator {
 
@@ -150,6 +153,8 @@ void ApiServer::handle(const httplib::Request& request, httplib::Response& respo
       response.set_header("Allow", request.method == "GET" ? "POST" : "GET");
     }
     answerError(error.status(), error.what(), request, &response);
+  } catch (const json::JsonError& error) {
+    answerError(400, error.what(), request, &response);
   } catch (const std::exception& error) {
     answerError(500, error.what(), request, &response);
   }

@@ -1,7 +1,10 @@
+#include "tools/json/JsonDocument.h"
 #include "tools/pellion_simulator/ApiError.h"
-#include "tools/pellion_simulator/JsonDocument.h"
 #include "tools/pellion_simulator/Location.h"
 #include "tools/pellion_simulator/TransferRequest.h"
+
+using json::JsonDocument;
+using json::JsonValue;
 
 namespace pellion_simulator {
 
@@ -14,7 +17,7 @@ void checkStaysBelow(const std::string& what, const std::string& name) {
   }
 }
 
-Direction readDirection(yajl_val spec) {
+Direction readDirection(const JsonValue& spec) {
   const std::string text = JsonDocument::string(spec, {"direction"}).value_or("");
   if (text != "receive" && text != "send") {
     throw ApiError(400, "direction must be \"receive\" or \"send\", not \"" + text + "\"");
@@ -32,14 +35,18 @@ std::string belowRemote(const std::string& remoteUrl, const std::string& path) {
          percentEncodePath(start == std::string::npos ? "" : path.substr(start));
 }
 
-std::vector<RequestedPath> readPaths(yajl_val spec) {
-  const yajl_val list = JsonDocument::find(spec, {"paths"});
-  if (!YAJL_IS_ARRAY(list) || YAJL_GET_ARRAY(list)->len == 0) {
-    throw ApiError(400, "paths must be an array that is not empty");
+const std::vector<JsonValue>& readList(const JsonValue& node, const char* name) {
+  const JsonValue* list = node.member(name);
+  if (list == nullptr || !list->is(JsonValue::Kind::kArray) || list->items.empty()) {
+    throw ApiError(400, std::string(name) + " must be an array that is not empty");
   }
+  return list->items;
+}
+
+std::vector<RequestedPath> readPaths(const JsonValue& spec) {
+  const std::vector<JsonValue>& list = readList(spec, "paths");
   std::vector<RequestedPath> paths;
-  for (size_t i = 0; i < YAJL_GET_ARRAY(list)->len; ++i) {
-    const yajl_val item = YAJL_GET_ARRAY(list)->values[i];
+  for (const JsonValue& item : list) {
     RequestedPath path;
     path.source = JsonDocument::string(item, {"source"}).value_or("");
     path.name = JsonDocument::string(item, {"destination"}).value_or("");
@@ -83,11 +90,12 @@ void checkPlaces(bool absolute, TransferRequest* request) {
   }
 }
 
-TransferRequest readSpec(yajl_val element) {
-  const yajl_val spec = JsonDocument::find(element, {"transfer_spec"});
-  if (!YAJL_IS_OBJECT(spec)) {
+TransferRequest readSpec(const JsonValue& element) {
+  const JsonValue* member = element.member("transfer_spec");
+  if (member == nullptr || !member->is(JsonValue::Kind::kObject)) {
     throw ApiError(400, "transfer_spec must be an object");
   }
+  const JsonValue& spec = *member;
   TransferRequest request;
   request.appId = JsonDocument::string(element, {"orvane_pellion_settings", "app_id"}).value_or("");
   request.direction = readDirection(spec);
@@ -107,18 +115,15 @@ TransferRequest readSpec(yajl_val element) {
 
 std::vector<TransferRequest> parseTransferSpecs(const std::string& json) {
   const JsonDocument document(json);
-  const yajl_val list = JsonDocument::find(document.root(), {"transfer_specs"});
-  if (!YAJL_IS_ARRAY(list) || YAJL_GET_ARRAY(list)->len == 0) {
-    throw ApiError(400, "transfer_specs must be an array that is not empty");
-  }
+  const std::vector<JsonValue>& list = readList(document.root(), "transfer_specs");
   const std::string appId =
       JsonDocument::string(document.root(), {"orvane_pellion_settings", "app_id"}).value_or("");
   std::vector<TransferRequest> requests;
-  for (size_t i = 0; i < YAJL_GET_ARRAY(list)->len; ++i) {
+  for (size_t i = 0; i < list.size(); ++i) {
     try {
-      requests.push_back(readSpec(YAJL_GET_ARRAY(list)->values[i]));
-    } catch (const ApiError& error) {
-      throw ApiError(error.status(), "transfer_specs[" + std::to_string(i) + "]: " + error.what());
+      requests.push_back(readSpec(list[i]));
+    } catch (const std::runtime_error& error) {
+      throw ApiError(400, "transfer_specs[" + std::to_string(i) + "]: " + error.what());
     }
     if (requests.back().appId.empty()) {
       requests.back().appId = appId;

@@ -1,14 +1,15 @@
-#ifndef PELLION_SIMULATOR_JSON_WRITER_H_
-#define PELLION_SIMULATOR_JSON_WRITER_H_
+#ifndef TOOLS_JSON_JSON_WRITER_H_
+#define TOOLS_JSON_JSON_WRITER_H_
 
 #include <yajl/yajl_gen.h>
 
 #include <cstdint>
 #include <string>
 
-namespace pellion_simulator {
+namespace json {
 
 // Writes one JSON document. Calls nest as the document does; text that is not UTF-8 is made so.
+// Zero characters pass.
 class JsonWriter {
  public:
   JsonWriter();
@@ -24,7 +25,10 @@ class JsonWriter {
   JsonWriter& value(const std::string& text);
   JsonWriter& value(const char* text) { return value(std::string(text)); }
   JsonWriter& value(int64_t number);
+  // Must be finite.
+  JsonWriter& value(double number);
   JsonWriter& value(bool truth);
+  JsonWriter& null();
 
   // The document so far.
   std::string text() const;
@@ -33,9 +37,6 @@ class JsonWriter {
   yajl_gen _generator;
 };
 
-// The document in which failures are told: {"error":{"code":...,"user_message":"..."}}.
-std::string errorDocument(int code, const std::string& message);
+}  // namespace json
 
-}  // namespace pellion_simulator
-
-#endif  // PELLION_SIMULATOR_JSON_WRITER_H_
+#endif  // TOOLS_JSON_JSON_WRITER_H_

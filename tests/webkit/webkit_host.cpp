@@ -12,7 +12,7 @@
 // A browser for one page, plugins enabled: prints the page's console, a line each, until the page
 // says "PAGE DONE <code>", which is then the exit status. "PAGE COLLECT" collects the garbage.
 //
-//   orvane-web-host URL [SECONDS [SCRIPT...]]
+//   orvane-webkit-host URL [SECONDS [SCRIPT...]]
 //
 // The scripts run in the page once it has loaded, in a function: their names are not the page's.
 
@@ -44,7 +44,7 @@ void finish(int status) {
 
 // At once: a dialog's loop, which does not end by itself, may be below.
 [[noreturn]] void giveUp(int status, const char* reason) {
-  std::fprintf(stderr, "orvane-web-host: %s\n", reason);
+  std::fprintf(stderr, "orvane-webkit-host: %s\n", reason);
   _exit(status);
 }
 
@@ -84,7 +84,7 @@ int main(int argc, char** argv) {
   const int seconds = argc > 2 ? QString::fromLocal8Bit(argv[2]).toInt() : kDefaultSeconds;
   const QUrl url = argc > 1 ? QUrl(QString::fromLocal8Bit(argv[1])) : QUrl();
   if (!url.isValid() || seconds <= 0) {
-    std::fputs("Usage: orvane-web-host URL [SECONDS [SCRIPT...]]\n", stderr);
+    std::fputs("Usage: orvane-webkit-host URL [SECONDS [SCRIPT...]]\n", stderr);
     return kBadUsage;
   }
 
@@ -108,7 +108,7 @@ int main(int argc, char** argv) {
   });
 
   view.resize(500, 300);
-  view.setWindowTitle(QStringLiteral("orvane-web-host"));
+  view.setWindowTitle(QStringLiteral("orvane-webkit-host"));
   view.show();
   view.load(url);
   const int status = QApplication::exec();

@@ -1,11 +1,12 @@
-#include "tools/pellion_simulator/JsonWriter.h"
+#include "tools/json/JsonWriter.h"
 
 #include <glib.h>
 
+#include <charconv>
 #include <memory>
 #include <stdexcept>
 
-namespace pellion_simulator {
+namespace json {
 
 namespace {
 
@@ -15,14 +16,23 @@ void check(yajl_gen_status status) {
   }
 }
 
+std::string validUtf8(const char* text, size_t length) {
+  const std::unique_ptr<char, decltype(&g_free)> valid(
+      g_utf8_make_valid(text, static_cast<gssize>(length)), g_free);
+  return valid.get();
+}
+
+// GLib takes a zero for an error.
 std::string validUtf8(const std::string& text) {
-  const auto length = static_cast<gssize>(text.size());
-  if (g_utf8_validate(text.data(), length, nullptr)) {
+  if (g_utf8_validate(text.data(), static_cast<gssize>(text.size()), nullptr)) {
     return text;
   }
-  const std::unique_ptr<char, decltype(&g_free)> valid(g_utf8_make_valid(text.data(), length),
-                                                       g_free);
-  return valid.get();
+  std::string valid;
+  size_t start = 0;
+  for (size_t zero; (zero = text.find('\0', start)) != std::string::npos; start = zero + 1) {
+    valid += validUtf8(text.data() + start, zero - start) + '\0';
+  }
+  return valid + validUtf8(text.data() + start, text.size() - start);
 }
 
 }  // namespace
@@ -65,8 +75,21 @@ JsonWriter& JsonWriter::value(int64_t number) {
   return *this;
 }
 
+// In the fewest digits that are read as the same number, whatever the locale.
+JsonWriter& JsonWriter::value(double number) {
+  char digits[32];
+  const std::to_chars_result end = std::to_chars(digits, digits + sizeof(digits), number);
+  check(yajl_gen_number(_generator, digits, static_cast<size_t>(end.ptr - digits)));
+  return *this;
+}
+
 JsonWriter& JsonWriter::value(bool truth) {
   check(yajl_gen_bool(_generator, truth));
+  return *this;
+}
+
+JsonWriter& JsonWriter::null() {
+  check(yajl_gen_null(_generator));
   return *this;
 }
 
@@ -77,11 +100,4 @@ std::string JsonWriter::text() const {
   return std::string(reinterpret_cast<const char*>(buffer), length);
 }
 
-std::string errorDocument(int code, const std::string& message) {
-  JsonWriter json;
-  json.openObject().key("error").openObject();
-  json.key("code").value(static_cast<int64_t>(code)).key("user_message").value(message);
-  return json.closeObject().closeObject().text();
-}
-
-}  // namespace pellion_simulator
+}  // namespace json

@@ -2,12 +2,12 @@
 #define TOOLS_PAGE_HOST_OPTIONS_H_
 
 #include <string>
-#include <utility>
-#include <vector>
+
+#include "tools/npapi_host/Element.h"
 
 namespace page_host {
 
-using NameValues = std::vector<std::pair<std::string, std::string>>;
+using npapi_host::NameValues;
 
 // What the program's exit code tells besides the page's own `quit(code)`.
 enum ExitCode {

@@ -8,12 +8,14 @@
 #include <fstream>
 #include <iterator>
 
-#include "tools/page_host/Address.h"
-#include "tools/page_host/BrowserTable.h"
+#include "tools/npapi_host/Address.h"
 #include "tools/page_host/PageGlobals.h"
 #include "tools/page_host/Watchdog.h"
 
 namespace page_host {
+
+using npapi_host::MainLoop;
+using npapi_host::WindowLink;
 
 static Page* thePage = nullptr;
 
@@ -21,7 +23,7 @@ static std::string fileName(const std::string& path) {
   return std::filesystem::path(path).filename();
 }
 
-Page::Page(const Options& options) : _options(options) {
+Page::Page(const Options& options) : _options(options), _scriptPage(this), _plugins(&_scriptPage) {
   thePage = this;
 }
 
@@ -36,7 +38,7 @@ Page& Page::current() {
 
 std::string Page::address() const {
   return _options.hostname.empty()
-             ? fileAddress(_options.script)
+             ? npapi_host::fileAddress(_options.script)
              : "http://" + _options.hostname + "/" + fileName(_options.script);
 }
 
@@ -68,32 +70,38 @@ bool Page::setUp(std::string* error) {
     return false;
   }
   _source.assign(std::istreambuf_iterator<char>(file), {});
-  const std::string path = Module::find(_options.modulePath, error);
-  if (path.empty() || (_options.window && !openWindow(error)) || !_module.load(path, error)) {
+  const std::string path =
+      npapi_host::Module::find(_options.modulePath, "name it with --module", error);
+  if (path.empty() || (_options.window && !openWindow(error)) || !_plugins.load(path, error)) {
     return false;
   }
   _engine = std::make_unique<ScriptEngine>(
       [this](const std::string& exception) { _console.problem(exception); });
   _bridge = std::make_unique<ScriptBridge>(_engine.get());
   _timers = std::make_unique<Timers>(_engine.get());
-  const InstanceServices services = {&_module.functions(), _bridge.get(), _window.get(), &_options,
-                                     fileAddress(_options.script)};
-  _instances = std::make_unique<Instances>(services);
   if (_options.failFast) {
     _console.onProblem([this] { quit(kExitPageError); });
   }
   definePageGlobals(this);
-  if (!_module.start(browserTable(), error)) {
-    return false;
-  }
-  const auto plugin = _instances->create(_module.mimeType(), _options.params, error);
+  JSObjectRef plugin = _plugins.start(error) ? createPlugin(_options.params, error) : nullptr;
   if (plugin != nullptr) {
-    _engine->set(_engine->global(), "plugin", plugin->element());
+    _engine->set(_engine->global(), "plugin", plugin);
   }
   return plugin != nullptr;
 }
 
+JSObjectRef Page::createPlugin(const NameValues& params, std::string* error) {
+  const auto instance = _plugins.instances().create(
+      {_plugins.module().mimeType(), params, _options.width, _options.height}, error);
+  return instance != nullptr ? _scriptPage.addElement(*instance) : nullptr;
+}
+
 bool Page::openWindow(std::string* error) {
+  std::string reason;
+  if (!WindowLink::openDisplay(&reason)) {
+    *error = "--window needs a display, and " + reason;
+    return false;
+  }
   _window = WindowLink::open(fileName(_options.script), error);
   if (_window == nullptr) {
     return false;
@@ -102,7 +110,7 @@ bool Page::openWindow(std::string* error) {
   _window->onClosed([this] { quit(0); });
   _console.setMirror([this](Console::Level level, const std::string& text) {
     static const char* const kKinds[] = {"log", "warning", "error"};
-    _window->print(kKinds[static_cast<int>(level)], text);
+    _window->send({"print", kKinds[static_cast<int>(level)], text});
   });
   return true;
 }
@@ -128,7 +136,7 @@ void Page::quit(int code) {
 // process.
 void Page::endNested() {
   if (!_tornDown) {
-    _instances->endAll();
+    _plugins.endInstances();
     std::fflush(nullptr);
     _exit(exitCode());
   }
@@ -150,30 +158,24 @@ void Page::waitForUser() {
 
 void Page::tearDown() {
   _tornDown = true;
-  if (_instances != nullptr) {
-    _instances->endAll();
-  }
+  _plugins.endInstances();
   if (_timers != nullptr) {
     _timers->clearAll();
   }
   if (_bridge != nullptr) {
+    _plugins.objects().releaseAll();
     _bridge->close();
     _timers.reset();
     _engine.reset();
     _bridge->dropCollected();
   }
-  _module.stop();
-  _instances.reset();
+  _plugins.stop();
   _console.setMirror(nullptr);
   _window.reset();
 }
 
 int Page::exitCode() const {
   return _code == 0 && _console.problems() > 0 ? kExitPageError : _code;
-}
-
-void Page::blameModule(const std::string& text) {
-  _console.problem("orvane-page-host: the module " + text);
 }
 
 }  // namespace page_host

@@ -4,16 +4,16 @@
 #include <memory>
 #include <string>
 
+#include "tools/npapi_host/MainLoop.h"
+#include "tools/npapi_host/PluginHost.h"
+#include "tools/npapi_host/WindowLink.h"
 #include "tools/page_host/Console.h"
-#include "tools/page_host/Instances.h"
-#include "tools/page_host/MainLoop.h"
-#include "tools/page_host/Module.h"
 #include "tools/page_host/Options.h"
 #include "tools/page_host/ScriptBridge.h"
 #include "tools/page_host/ScriptEngine.h"
+#include "tools/page_host/ScriptPage.h"
 #include "tools/page_host/Timers.h"
 #include "tools/page_host/Watchdog.h"
-#include "tools/page_host/WindowLink.h"
 
 namespace page_host {
 
@@ -33,8 +33,9 @@ class Page {
   int run();
   // The first call decides. The running script goes on to its end.
   void quit(int code);
-  // The module broke a rule of the interface.
-  void blameModule(const std::string& text);
+  // Another plugin instance, and what the script calls it by. Null, with a message, when the module
+  // refused to make it.
+  JSObjectRef createPlugin(const NameValues& params, std::string* error);
 
   const Options& options() const { return _options; }
   // What the page believes to be loaded from.
@@ -43,10 +44,10 @@ class Page {
   ScriptEngine& engine() { return *_engine; }
   ScriptBridge& bridge() { return *_bridge; }
   Timers& timers() { return *_timers; }
-  Module& module() { return _module; }
-  Instances& instances() { return *_instances; }
+  ScriptPage& scriptPage() { return _scriptPage; }
+  npapi_host::PluginHost& plugins() { return _plugins; }
   // Null without a window.
-  WindowLink* window() { return _window.get(); }
+  npapi_host::WindowLink* window() { return _window.get(); }
 
  private:
   bool setUp(std::string* error);
@@ -60,14 +61,14 @@ class Page {
   const Options _options;
   std::unique_ptr<Watchdog> _watchdog;
   std::string _source;
-  MainLoop _loop;
+  npapi_host::MainLoop _loop;
   Console _console;
-  Module _module;
-  std::unique_ptr<WindowLink> _window;
+  std::unique_ptr<npapi_host::WindowLink> _window;
+  ScriptPage _scriptPage;
+  npapi_host::PluginHost _plugins;
   std::unique_ptr<ScriptEngine> _engine;
   std::unique_ptr<ScriptBridge> _bridge;
   std::unique_ptr<Timers> _timers;
-  std::unique_ptr<Instances> _instances;
   bool _ended = false;
   bool _tornDown = false;
   int _code = 0;

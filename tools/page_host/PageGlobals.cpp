@@ -1,13 +1,14 @@
 #include "tools/page_host/PageGlobals.h"
 
+#include <glib.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <cmath>
 #include <cstdlib>
 
+#include "tools/page_host/JsString.h"
 #include "tools/page_host/Page.h"
-#include "tools/page_host/Text.h"
 
 namespace page_host {
 
@@ -105,24 +106,20 @@ NameValues paramsOf(Page& page, const Arguments& args) {
 
 JSValueRef createPlugin(Page& page, const Arguments& args, JSValueRef* exception) {
   std::string error;
-  const std::shared_ptr<Instance> instance =
-      page.instances().create(page.module().mimeType(), paramsOf(page, args), &error);
-  if (instance == nullptr) {
-    return throwError(args.context, error, exception);
-  }
-  return instance->element();
+  JSObjectRef plugin = page.createPlugin(paramsOf(page, args), &error);
+  return plugin != nullptr ? plugin : throwError(args.context, error, exception);
 }
 
 JSValueRef destroyPlugin(Page& page, const Arguments& args, JSValueRef* exception) {
-  const std::shared_ptr<Instance> instance =
+  const std::shared_ptr<npapi_host::Instance> instance =
       JSValueIsObject(args.context, args.value(0))
-          ? page.instances().withElement(JSValueToObject(args.context, args.value(0), nullptr))
+          ? page.scriptPage().instanceOf(JSValueToObject(args.context, args.value(0), nullptr))
           : nullptr;
   if (instance == nullptr) {
     return throwError(args.context, "destroyPlugin() needs a plugin that has not been destroyed",
                       exception);
   }
-  page.instances().end(instance);
+  page.plugins().instances().end(instance);
   return JSValueMakeUndefined(args.context);
 }
 
@@ -139,14 +136,16 @@ JSValueRef environment(Page& page, const Arguments& args, JSValueRef*) {
 JSValueRef progress(Page& page, const Arguments& args, JSValueRef*) {
   if (page.window() != nullptr) {
     const double fraction = args.number(1);
-    page.window()->progress(args.text(0), std::isfinite(fraction) ? fraction : 0,
-                            args.count > 2 ? args.text(2) : args.text(0));
+    char number[G_ASCII_DTOSTR_BUF_SIZE];
+    g_ascii_dtostr(number, sizeof(number), std::isfinite(fraction) ? fraction : 0);
+    page.window()->send(
+        {"progress", args.text(0), number, args.count > 2 ? args.text(2) : args.text(0)});
   }
   return JSValueMakeUndefined(args.context);
 }
 
 JSValueRef heldObjects(Page& page, const Arguments& args, JSValueRef*) {
-  return JSValueMakeNumber(args.context, static_cast<double>(page.bridge().heldObjects()));
+  return JSValueMakeNumber(args.context, static_cast<double>(page.plugins().objects().count()));
 }
 
 template <size_t count>

@@ -91,10 +91,6 @@ std::string valid(const std::string& text) {
   return result;
 }
 
-gboolean keepSocket(GtkSocket*, gpointer) {
-  return TRUE;
-}
-
 }  // namespace
 
 PageWindow::PageWindow(std::function<void()> closed)
@@ -183,9 +179,7 @@ void PageWindow::setStatus(const std::string& text) {
 }
 
 unsigned long PageWindow::addArea(const std::string& id, int width, int height) {
-  GtkWidget* socket = gtk_socket_new();
-  gtk_widget_set_size_request(socket, width, height);
-  g_signal_connect(socket, "plug-removed", G_CALLBACK(keepSocket), nullptr);
+  GtkWidget* socket = npapi_host::makePluginSocket(width, height);
   GtkWidget* frame = framed(socket, "orvane-surface");
   GtkWidget* centred = gtk_alignment_new(0.5, 0, 0, 0);
   gtk_container_add(GTK_CONTAINER(centred), frame);
@@ -201,6 +195,18 @@ void PageWindow::removeArea(const std::string& id) {
     gtk_widget_destroy(it->second);
     _areas.erase(it);
   }
+}
+
+bool PageWindow::carryOut(const npapi_host::Fields& request) {
+  if (request[0] == "print" && request.size() == 3) {
+    print(request[1], request[2]);
+    return true;
+  }
+  if (request[0] == "progress" && request.size() == 4) {
+    setProgress(request[1], g_ascii_strtod(request[2].c_str(), nullptr), request[3]);
+    return true;
+  }
+  return false;
 }
 
 void PageWindow::print(const std::string& kind, const std::string& text) {

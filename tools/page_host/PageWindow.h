@@ -1,36 +1,36 @@
 #ifndef TOOLS_PAGE_HOST_PAGE_WINDOW_H_
 #define TOOLS_PAGE_HOST_PAGE_WINDOW_H_
 
-#include <gtk/gtk.h>
-
 #include <functional>
 #include <map>
 #include <string>
+
+#include "tools/npapi_host/ServedWindow.h"
 
 namespace page_host {
 
 // The window as the user sees it: a heading with the page's name and state, the plugins' areas,
 // progress bars, and the page's output. For the window's process only.
-class PageWindow {
+class PageWindow : public npapi_host::ServedWindow {
  public:
   // `closed` is called when the user closes the window, which is then only hidden: the plugin
   // inside is taken down by its own process first.
   explicit PageWindow(std::function<void()> closed);
-  ~PageWindow();
+  ~PageWindow() override;
   PageWindow(const PageWindow&) = delete;
   PageWindow& operator=(const PageWindow&) = delete;
 
-  unsigned long id() const;
-  void setTitle(const std::string& title);
-  void setStatus(const std::string& text);
-  // The socket's X window.
-  unsigned long addArea(const std::string& id, int width, int height);
-  void removeArea(const std::string& id);
-  // `kind` is "log", "warning" or "error".
-  void print(const std::string& kind, const std::string& text);
-  void setProgress(const std::string& id, double fraction, const std::string& text);
+  unsigned long id() const override;
+  void setTitle(const std::string& title) override;
+  void setStatus(const std::string& text) override;
+  unsigned long addArea(const std::string& id, int width, int height) override;
+  void removeArea(const std::string& id) override;
+  // print log|warning|error TEXT, and progress ID FRACTION TEXT
+  bool carryOut(const npapi_host::Fields& request) override;
 
  private:
+  void print(const std::string& kind, const std::string& text);
+  void setProgress(const std::string& id, double fraction, const std::string& text);
   static gboolean deleted(GtkWidget* widget, GdkEvent* event, gpointer self);
   static gboolean scrollToEnd(gpointer self);
   void showEnd();

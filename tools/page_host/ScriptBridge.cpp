@@ -2,13 +2,17 @@
 
 #include <cassert>
 
-#include "tools/page_host/MainLoop.h"
-#include "tools/page_host/NpObjects.h"
-#include "tools/page_host/PageObject.h"
+#include "tools/npapi_host/MainLoop.h"
+#include "tools/npapi_host/NpObjects.h"
+#include "tools/npapi_host/PluginHost.h"
 #include "tools/page_host/PluginObject.h"
-#include "tools/page_host/Text.h"
 
 namespace page_host {
+
+using npapi_host::MainLoop;
+using npapi_host::makeStringVariant;
+using npapi_host::releaseNpObject;
+using npapi_host::retainNpObject;
 
 static ScriptBridge* theBridge = nullptr;
 
@@ -96,36 +100,16 @@ NPObject* ScriptBridge::npObjectFor(JSObjectRef object, Owner owner) {
   if (JSValueIsObjectOfClass(_engine->context(), object, pluginObjectClass())) {
     return retainNpObject(static_cast<PluginObject*>(JSObjectGetPrivate(object))->object);
   }
-  PageObject*& known = _pageObjects[{owner, object}];
-  if (known != nullptr) {
-    return retainNpObject(known);
-  }
-  known = static_cast<PageObject*>(createNpObject(nullptr, pageObjectClass()));
-  known->object = object;
-  known->owner = owner;
-  JSValueProtect(_engine->context(), object);
-  return known;
-}
-
-void ScriptBridge::forget(PageObject* object) {
-  _pageObjects.erase({object->owner, object->object});
-  JSValueUnprotect(_engine->context(), object->object);
-  object->object = nullptr;
-}
-
-void ScriptBridge::releaseOwner(Owner owner) {
-  for (auto it = _pageObjects.lower_bound({owner, nullptr});
-       it != _pageObjects.end() && it->first.first == owner;) {
-    forget((it++)->second);
-  }
+  const auto ref = reinterpret_cast<npapi_host::PageRef>(object);
+  return npapi_host::PluginHost::current().objects().objectFor(ref, owner);
 }
 
 JSObjectRef ScriptBridge::scriptObjectFor(NPObject* object, Owner owner) {
   if (object == nullptr) {
     return nullptr;
   }
-  if (PageObject* page = asPageObject(object)) {
-    return page->object;
+  if (const npapi_host::PageObject* page = npapi_host::asPageObject(object)) {
+    return reinterpret_cast<JSObjectRef>(page->ref);
   }
   JSObjectRef wrapper = aliveWrapper(object);
   return wrapper != nullptr ? wrapper : makeWrapper(object, owner);
@@ -204,9 +188,6 @@ void ScriptBridge::drop(PluginObject* object) {
 
 void ScriptBridge::close() {
   JSContextRef context = _engine->context();
-  while (!_pageObjects.empty()) {
-    forget(_pageObjects.begin()->second);
-  }
   for (const auto& method : _methods) {
     JSValueUnprotect(context, method.second);
   }
@@ -217,20 +198,6 @@ void ScriptBridge::close() {
   JSValueUnprotect(context, _weakRef);
   JSValueUnprotect(context, _deref);
   _closed = true;
-}
-
-JSValueRef ScriptBridge::endCall() {
-  const std::optional<std::string> text = _exceptions.back();
-  _exceptions.pop_back();
-  return text.has_value() ? _engine->makeError(*text) : nullptr;
-}
-
-bool ScriptBridge::setException(const std::string& text) {
-  if (_exceptions.empty()) {
-    return false;
-  }
-  _exceptions.back() = text;
-  return true;
 }
 
 }  // namespace page_host

@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "tools/page_host/Text.h"
+#include "tools/page_host/JsString.h"
 
 // Exported by the library and stable since 2.30, but declared in none of its installed headers.
 extern "C" JS_EXPORT void JSGlobalContextSetUnhandledRejectionCallback(JSGlobalContextRef context,

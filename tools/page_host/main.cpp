@@ -1,15 +1,19 @@
 #include <curl/curl.h>
 
-#include <cstdlib>
-#include <string>
+#include <memory>
+#include <utility>
 
+#include "tools/npapi_host/WindowProcess.h"
 #include "tools/page_host/Options.h"
 #include "tools/page_host/Page.h"
-#include "tools/page_host/WindowProcess.h"
+#include "tools/page_host/PageWindow.h"
 
 int main(int argc, char** argv) {
-  if (argc == 3 && std::string(argv[1]) == page_host::kWindowProcessOption) {
-    return page_host::runWindowProcess(std::atoi(argv[2]));
+  int descriptor = -1;
+  if (npapi_host::isWindowProcess(argc, argv, &descriptor)) {
+    return npapi_host::runWindowProcess(descriptor, [](std::function<void()> closed) {
+      return std::make_unique<page_host::PageWindow>(std::move(closed));
+    });
   }
   page_host::Options options;
   switch (page_host::parseOptions(argc, argv, &options)) {

@@ -1,0 +1,190 @@
+#include "tools/npapi_host/Fetch.h"
+
+#include <utility>
+
+#include "tools/npapi_host/Address.h"
+
+namespace npapi_host {
+
+// The transfer waits while more than this lies unread.
+static constexpr size_t kMaxUnread = 1 << 20;
+
+Fetch::Fetch(const std::string& address, const std::string& userAgent,
+             std::function<void()> changed)
+    : _address(address),
+      _userAgent(userAgent),
+      _changed(std::move(changed)),
+      _multi(curl_multi_init()) {
+  _thread = std::thread(&Fetch::run, this);
+}
+
+Fetch::~Fetch() {
+  {
+    std::lock_guard<std::mutex> lock(_mutex);
+    _cancelled = true;
+  }
+  _room.notify_all();
+  curl_multi_wakeup(_multi);
+  _thread.join();
+  curl_multi_cleanup(_multi);
+}
+
+bool Fetch::head(FetchHead* head) const {
+  std::lock_guard<std::mutex> lock(_mutex);
+  if (_headKnown) {
+    *head = _head;
+  }
+  return _headKnown;
+}
+
+bool Fetch::ended() const {
+  std::lock_guard<std::mutex> lock(_mutex);
+  return _ended;
+}
+
+bool Fetch::failed() const {
+  std::lock_guard<std::mutex> lock(_mutex);
+  return _failed;
+}
+
+std::string Fetch::take(size_t size) {
+  std::string piece;
+  {
+    std::lock_guard<std::mutex> lock(_mutex);
+    piece = _bytes.substr(0, size);
+    _bytes.erase(0, piece.size());
+  }
+  _room.notify_all();
+  return piece;
+}
+
+void Fetch::run() {
+  bool good;
+  if (_address.compare(0, 5, "data:") == 0) {
+    good = decodeData();
+  } else {
+    _easy = curl_easy_init();
+    good = transfer(_easy);
+    if (good) {
+      publishHead(_easy);
+    }
+    curl_easy_cleanup(_easy);
+  }
+  {
+    std::lock_guard<std::mutex> lock(_mutex);
+    _ended = true;
+    _failed = !good;
+  }
+  _changed();
+}
+
+bool Fetch::decodeData() {
+  FetchHead head;
+  std::string bytes;
+  if (!decodeDataAddress(_address, &head.type, &bytes)) {
+    return false;
+  }
+  head.address = _address;
+  head.length = static_cast<uint32_t>(bytes.size());
+  std::lock_guard<std::mutex> lock(_mutex);
+  _head = head;
+  _headKnown = true;
+  _bytes = std::move(bytes);
+  return true;
+}
+
+void Fetch::setUp(CURL* easy) {
+  curl_easy_setopt(easy, CURLOPT_URL, _address.c_str());
+  curl_easy_setopt(easy, CURLOPT_USERAGENT, _userAgent.c_str());
+  curl_easy_setopt(easy, CURLOPT_PROTOCOLS_STR, "file,http,https");
+  curl_easy_setopt(easy, CURLOPT_REDIR_PROTOCOLS_STR, "http,https");
+  curl_easy_setopt(easy, CURLOPT_FOLLOWLOCATION, 1L);
+  curl_easy_setopt(easy, CURLOPT_MAXREDIRS, 20L);
+  curl_easy_setopt(easy, CURLOPT_NOSIGNAL, 1L);
+  curl_easy_setopt(easy, CURLOPT_FILETIME, 1L);
+  curl_easy_setopt(easy, CURLOPT_WRITEFUNCTION, receive);
+  curl_easy_setopt(easy, CURLOPT_WRITEDATA, this);
+  curl_easy_setopt(easy, CURLOPT_HEADERFUNCTION, receiveHeader);
+  curl_easy_setopt(easy, CURLOPT_HEADERDATA, this);
+}
+
+bool Fetch::transfer(CURL* easy) {
+  setUp(easy);
+  curl_multi_add_handle(_multi, easy);
+  int running = 1;
+  CURLMcode code = CURLM_OK;
+  bool cancelled = false;
+  while (code == CURLM_OK && !cancelled) {
+    code = curl_multi_perform(_multi, &running);
+    if (running == 0) {
+      break;
+    }
+    curl_multi_poll(_multi, nullptr, 0, 1000, nullptr);
+    std::lock_guard<std::mutex> lock(_mutex);
+    cancelled = _cancelled;
+  }
+  int left = 0;
+  const CURLMsg* message = curl_multi_info_read(_multi, &left);
+  const bool good =
+      message != nullptr && message->msg == CURLMSG_DONE && message->data.result == CURLE_OK;
+  curl_multi_remove_handle(_multi, easy);
+  return good;
+}
+
+// Each response of a redirection begins anew.
+size_t Fetch::receiveHeader(char* bytes, size_t size, size_t count, void* self) {
+  std::string& headers = static_cast<Fetch*>(self)->_headers;
+  const std::string line(bytes, size * count);
+  if (line.compare(0, 5, "HTTP/") == 0) {
+    headers.clear();
+  }
+  headers += line;
+  return size * count;
+}
+
+size_t Fetch::receive(char* bytes, size_t size, size_t count, void* self) {
+  Fetch* fetch = static_cast<Fetch*>(self);
+  fetch->publishHead(fetch->_easy);
+  return fetch->store(bytes, size * count) ? size * count : 0;
+}
+
+void Fetch::publishHead(CURL* easy) {
+  FetchHead head;
+  const char* type = nullptr;
+  const char* address = nullptr;
+  long redirections = 0;
+  curl_off_t length = -1;
+  curl_off_t modified = -1;
+  curl_easy_getinfo(easy, CURLINFO_CONTENT_TYPE, &type);
+  curl_easy_getinfo(easy, CURLINFO_RESPONSE_CODE, &head.status);
+  curl_easy_getinfo(easy, CURLINFO_REDIRECT_COUNT, &redirections);
+  curl_easy_getinfo(easy, CURLINFO_EFFECTIVE_URL, &address);
+  curl_easy_getinfo(easy, CURLINFO_CONTENT_LENGTH_DOWNLOAD_T, &length);
+  curl_easy_getinfo(easy, CURLINFO_FILETIME_T, &modified);
+  head.address = redirections > 0 && address != nullptr ? address : _address;
+  head.type = type != nullptr ? type : typeOfFile(_address);
+  head.type = head.type.substr(0, head.type.find(';'));
+  head.headers = head.status != 0 ? _headers : std::string();
+  head.length = length > 0 && length <= UINT32_MAX ? static_cast<uint32_t>(length) : 0;
+  head.modified = modified > 0 ? static_cast<uint32_t>(modified) : 0;
+  std::lock_guard<std::mutex> lock(_mutex);
+  if (!_headKnown) {
+    _head = head;
+    _headKnown = true;
+  }
+}
+
+bool Fetch::store(const char* bytes, size_t size) {
+  {
+    std::unique_lock<std::mutex> lock(_mutex);
+    _room.wait(lock, [this] { return _cancelled || _bytes.size() < kMaxUnread; });
+    if (_cancelled) {
+      return false;
+    }
+    _bytes.append(bytes, size);
+  }
+  _changed();
+  return true;
+}
+
+}  // namespace npapi_host

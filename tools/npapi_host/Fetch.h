@@ -1,0 +1,77 @@
+#ifndef TOOLS_NPAPI_HOST_FETCH_H_
+#define TOOLS_NPAPI_HOST_FETCH_H_
+
+#include <curl/curl.h>
+
+#include <condition_variable>
+#include <cstdint>
+#include <functional>
+#include <mutex>
+#include <string>
+#include <thread>
+
+namespace npapi_host {
+
+// What is known of a resource before its first byte.
+struct FetchHead {
+  std::string address;  // where redirections ended
+  std::string type;
+  std::string headers;  // as received; empty unless it came by HTTP
+  long status = 200;
+  uint32_t length = 0;  // 0: unknown
+  uint32_t modified = 0;
+};
+
+// Brings the bytes behind one absolute address (file, data, http, https) to the main thread. A
+// thread of its own does the transfer and stops when too much lies unread. The destructor cancels
+// and joins.
+class Fetch {
+ public:
+  // `changed` is called on the transfer's thread whenever there is something new to look at.
+  Fetch(const std::string& address, const std::string& userAgent, std::function<void()> changed);
+  ~Fetch();
+  Fetch(const Fetch&) = delete;
+  Fetch& operator=(const Fetch&) = delete;
+
+  // False until the first byte or the end of an empty resource has come; never true for what could
+  // not be reached.
+  bool head(FetchHead* head) const;
+  // The transfer is over, well or badly; bytes may still lie unread.
+  bool ended() const;
+  bool failed() const;
+  // Up to `size` unread bytes.
+  std::string take(size_t size);
+
+ private:
+  static size_t receive(char* bytes, size_t size, size_t count, void* self);
+  static size_t receiveHeader(char* bytes, size_t size, size_t count, void* self);
+  void run();
+  bool decodeData();
+  bool transfer(CURL* easy);
+  void setUp(CURL* easy);
+  void publishHead(CURL* easy);
+  bool store(const char* bytes, size_t size);
+
+  const std::string _address;
+  const std::string _userAgent;
+  const std::function<void()> _changed;
+  CURLM* _multi;
+  CURL* _easy = nullptr;  // the transfer thread's
+  std::string _headers;   // the transfer thread's
+
+  mutable std::mutex _mutex;
+  std::condition_variable _room;
+  // Guarded by _mutex.
+  FetchHead _head;
+  bool _headKnown = false;
+  bool _ended = false;
+  bool _failed = false;
+  bool _cancelled = false;
+  std::string _bytes;
+
+  std::thread _thread;
+};
+
+}  // namespace npapi_host
+
+#endif  // TOOLS_NPAPI_HOST_FETCH_H_

@@ -1,0 +1,26 @@
+#ifndef TOOLS_NPAPI_HOST_WINDOW_PROCESS_H_
+#define TOOLS_NPAPI_HOST_WINDOW_PROCESS_H_
+
+#include <functional>
+#include <memory>
+
+#include "tools/npapi_host/ServedWindow.h"
+
+namespace npapi_host {
+
+// How the program starts itself as the window's process; the option's argument is the descriptor of
+// its end of the socket pair. A program that opens a WindowLink must serve this option.
+constexpr char kWindowProcessOption[] = "--window-process";
+
+// Makes the window; the function given to it is to be called when the user closes the window.
+using WindowMaker = std::function<std::unique_ptr<ServedWindow>(std::function<void()> closed)>;
+
+// Whether these arguments start the window's process; then `descriptor` is its end of the pair.
+bool isWindowProcess(int argc, char** argv, int* descriptor);
+
+// Shows the window until the other end closes. Answers the process's exit code.
+int runWindowProcess(int descriptor, const WindowMaker& makeWindow);
+
+}  // namespace npapi_host
+
+#endif  // TOOLS_NPAPI_HOST_WINDOW_PROCESS_H_

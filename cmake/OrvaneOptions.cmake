@@ -8,8 +8,11 @@ set(CMAKE_CXX_VISIBILITY_PRESET hidden)
 set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
 
 # Assertions are part of the behaviour: no build type defines NDEBUG.
-set(CMAKE_C_FLAGS_RELEASE "-O2 -g1")
-set(CMAKE_CXX_FLAGS_RELEASE "-O2 -g1")
+foreach(language IN ITEMS C CXX)
+  set(CMAKE_${language}_FLAGS_RELEASE "-O2 -g1")
+  set(CMAKE_${language}_FLAGS_RELWITHDEBINFO "-O2 -g")
+  set(CMAKE_${language}_FLAGS_MINSIZEREL "-Os")
+endforeach()
 if(ORVANE_SANITIZE)
   set(CMAKE_CXX_FLAGS_DEBUG "-O1 -g1")
 endif()

@@ -30,6 +30,7 @@ class HttpRequest {
   // Path and query; written to the request line as it is.
   void setUri(const std::string& uri) { _uri = uri; }
   void setPort(unsigned short port) { _port = port; }
+  unsigned short port() const { return _port; }
   // Takes ownership.
   void setCallback(Callback* callback) { _callback.reset(callback); }
   // Borrowed; null when there is none. The exchange itself never calls it.

@@ -1,8 +1,6 @@
 #include "plugin/src/LaunchedProcess.h"
 
-#include <algorithm>
 #include <mutex>
-#include <vector>
 
 #include "ovlib/overrno.h"
 #include "ovlib/ovlog.h"
@@ -15,7 +13,7 @@ namespace {
 // Never destroyed: a thread may launch while the process exits.
 struct Earlier {
   std::mutex mutex;
-  std::vector<ov_process_t> processes;  // guarded by mutex
+  std::list<ov_process_t> processes;  // guarded by mutex
 };
 
 Earlier& earlier() {
@@ -35,13 +33,14 @@ bool hasEnded(ov_process_t process) {
 LaunchedProcess::~LaunchedProcess() {
   if (_remember) {
     std::lock_guard<std::mutex> lock(earlier().mutex);
-    earlier().processes.push_back(_process);
+    earlier().processes.splice(earlier().processes.end(), _process);
   }
 }
 
 bool LaunchedProcess::start(const std::string& command) {
   reapEarlier();
-  const int code = ov_process_create(&_process, command.c_str());
+  _process.assign(1, ov_process_t());
+  const int code = ov_process_create(&_process.front(), command.c_str());
   if (code != OV_OK) {
     ov_err("Failed to launch Orvane Pellion: %s (%d)", Utils::errorCodeToStr(code).c_str(), code);
     return false;
@@ -53,7 +52,7 @@ bool LaunchedProcess::start(const std::string& command) {
 bool LaunchedProcess::isActive() {
   int state = OV_PROCESS_ACTIVE;
   int exitCode = 0;
-  const int code = ov_process_exited(&_process, &state, &exitCode);
+  const int code = ov_process_exited(&_process.front(), &state, &exitCode);
   _remember = code == OV_OK && state == OV_PROCESS_ACTIVE;
   if (code != OV_OK) {
     ov_err("Warning: Checking Orvane Pellion process state failed (%d)", code);
@@ -67,8 +66,7 @@ bool LaunchedProcess::isActive() {
 
 void LaunchedProcess::reapEarlier() {
   std::lock_guard<std::mutex> lock(earlier().mutex);
-  auto& processes = earlier().processes;
-  processes.erase(std::remove_if(processes.begin(), processes.end(), hasEnded), processes.end());
+  earlier().processes.remove_if(hasEnded);
 }
 
 }  // namespace Pellion::Web

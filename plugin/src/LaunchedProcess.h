@@ -1,6 +1,7 @@
 #ifndef PLUGIN_SRC_LAUNCHEDPROCESS_H_
 #define PLUGIN_SRC_LAUNCHEDPROCESS_H_
 
+#include <list>
 #include <string>
 
 #include "ovlib/ovprocess.h"
@@ -18,7 +19,7 @@ class LaunchedProcess {
   LaunchedProcess& operator=(const LaunchedProcess&) = delete;
 
   // Reaps what earlier launches left and runs the command. False, with a log line, when the system
-  // has no process for it.
+  // has no process for it. Throws bad_alloc, with nothing started, when there is no memory.
   bool start(const std::string& command);
   // False, with a log line, when the process has ended or cannot be asked. Not to be called again
   // after that.
@@ -27,7 +28,8 @@ class LaunchedProcess {
  private:
   static void reapEarlier();
 
-  ov_process_t _process = {};
+  // One entry once start() was called, so that remembering it takes no memory.
+  std::list<ov_process_t> _process;
   bool _remember = false;
 };
 

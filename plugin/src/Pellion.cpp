@@ -49,16 +49,16 @@ State& state() {
 }
 
 template <typename Value>
-Value get(Value State::*member) {
+Value copyOf(Value State::*member) {
   std::lock_guard<std::mutex> lock(state().mutex);
   return state().*member;
 }
 
-// Stores the value and answers the one before.
+// Swapped, so that the old value goes with its memory, and outside the lock.
 template <typename Value>
-Value replace(Value State::*member, Value value) {
+void store(Value State::*member, Value value) {
   std::lock_guard<std::mutex> lock(state().mutex);
-  return std::exchange(state().*member, std::move(value));
+  std::swap(state().*member, value);
 }
 
 std::string apiPath(const std::string& path) {
@@ -165,19 +165,22 @@ bool killApplication() {
 }  // namespace
 
 Url PellionApp::url() {
-  Url url = get(&State::_appUrl);
+  Url url = copyOf(&State::_appUrl);
   if (!url.valid()) {
     url = readUrl();
-    replace(&State::_appUrl, url);
+    store(&State::_appUrl, url);
   }
   return url;
 }
 
 std::string PellionApp::binPath() {
-  std::string path = get(&State::_binPath);
+  std::string path = copyOf(&State::_binPath);
   if (path.empty()) {
     path = findExecutable();
-    replace(&State::_binPath, path);
+    // Another thread may have found one meanwhile, which stays.
+    if (!path.empty()) {
+      store(&State::_binPath, path);
+    }
   }
   return path;
 }
@@ -190,13 +193,13 @@ bool PellionApp::isRunning() {
       return false;
     }
     const std::unique_ptr<HttpResponse> response(request->invoke());
-    request.reset();
     if (response) {
       return true;
     }
-    const unsigned short port = replace(&State::_appUrl, Url()).port(0);
+    // Compared with the port that was asked: another thread may have read the new one meanwhile.
+    store(&State::_appUrl, Url());
     const Url moved = url();
-    if (!moved.valid() || moved.port(0) == port) {
+    if (!moved.valid() || moved.port(0) == request->port()) {
       return false;
     }
   }
@@ -215,14 +218,14 @@ bool PellionApp::launch() {
   if (!process.start(command)) {
     return false;
   }
-  const int timeoutMs = get(&State::_launchTimeoutMs);
+  const int timeoutMs = copyOf(&State::_launchTimeoutMs);
   ov_log("Waiting %dms for Orvane Pellion to launch", timeoutMs);
-  replace(&State::_appUrl, Url());
+  store(&State::_appUrl, Url());
   return waitForAnswer(&process, timeoutMs);
 }
 
 void PellionApp::setLaunchTimeoutMs(int milliseconds) {
-  replace(&State::_launchTimeoutMs, milliseconds);
+  store(&State::_launchTimeoutMs, milliseconds);
 }
 
 int PellionApp::pid() {

@@ -9,8 +9,8 @@ class Url;
 
 // All that the plugin knows of the local transfer application: where its executable is, at which
 // address it answers, and how to start it. One for the whole module, used by any thread; its state
-// is copied in and out under a mutex that no request, launch or log call is made with. Nothing
-// throws; failures are logged.
+// is copied in and out under a mutex that no request, launch or log call is made with. Failures
+// are logged; nothing throws, but for want of memory.
 class PellionApp {
  public:
   PellionApp() = delete;

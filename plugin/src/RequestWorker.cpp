@@ -1,10 +1,9 @@
 #include "plugin/src/RequestWorker.h"
 
-#include <exception>
-
 #include "ovlib/ovlog.h"
 #include "plugin/src/Callback.h"
 #include "plugin/src/Constants.h"
+#include "plugin/src/Guarded.h"
 #include "plugin/src/HttpRequest.h"
 #include "plugin/src/HttpResponse.h"
 #include "plugin/src/Pellion.h"
@@ -14,16 +13,25 @@ namespace Pellion::Web {
 
 namespace {
 
+bool launchApplication() {
+  bool runs = false;
+  runGuarded("Launch", [&runs] { runs = PellionApp::launch(); });
+  return runs;
+}
+
 // Null when there was no answer, or no memory for it.
 std::unique_ptr<HttpResponse> perform(HttpRequest* request) {
-  try {
+  std::unique_ptr<HttpResponse> response;
+  runGuarded("Request", [&] {
     // The application may have started on another port than when the request was built.
     request->setPort(PellionApp::url().port(0));
-    return std::unique_ptr<HttpResponse>(request->invoke());
-  } catch (const std::exception& e) {
-    ov_err("Request ended by an exception: %s", e.what());
-    return nullptr;
-  }
+    response.reset(request->invoke());
+  });
+  return response;
+}
+
+void tell(Callback* callback, HttpResponse* response) {
+  runGuarded("Request callback", [&] { callback->handleCallback(response); });
 }
 
 }  // namespace
@@ -56,11 +64,7 @@ void RequestWorker::addRequest(HttpRequest* request) {
 void RequestWorker::run() {
   ov_trace("RequestWorker::run()");
   while (waitForRequest()) {
-    try {
-      processOneRequest();
-    } catch (const std::exception& e) {
-      ov_err("Request callback ended by an exception: %s", e.what());
-    }
+    processOneRequest();
   }
   _done = true;
   ov_trace("RequestWorker::run() - done");
@@ -106,12 +110,12 @@ void RequestWorker::processOneRequest() {
   if (request == nullptr) {
     return;
   }
-  if (!PellionApp::launch()) {
+  if (!launchApplication()) {
     ov_err("%s", kErrorPellionRequest);
     // Deliberate: neither the lock nor the stop is looked at, so a failed launch is reported even
     // after stop() has returned.
     if (request->getCallback() != nullptr) {
-      request->getCallback()->handleCallback(nullptr);
+      tell(request->getCallback(), nullptr);
     }
     return;
   }
@@ -130,7 +134,7 @@ void RequestWorker::reportResponse(HttpRequest* request, HttpResponse* response)
   }
   OvLock lock(&_mutex);
   if (!_stopped) {
-    request->getCallback()->handleCallback(response);
+    tell(request->getCallback(), response);
   }
 }
 

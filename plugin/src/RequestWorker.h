@@ -30,8 +30,10 @@ class RequestWorker : public Worker {
 
   // Takes ownership. Any thread; never waits for a request.
   void addRequest(HttpRequest* request);
-  // Performs the oldest queued request, if there is one. The callback of a request that was sent is
-  // called with this worker's mutex held and must not call back into the worker.
+  // Performs the oldest queued request, if there is one. Exceptions, also those of the callback,
+  // are logged; what they end counts as a failed launch or as a request without answer. The
+  // callback of a request that was sent is called with this worker's mutex held and must not call
+  // back into the worker.
   void processOneRequest();
 
  private:

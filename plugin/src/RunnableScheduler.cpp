@@ -1,8 +1,8 @@
 #include "plugin/src/RunnableScheduler.h"
 
-#include <cassert>
 #include <memory>
 
+#include "ovlib/ovassert.h"
 #include "ovlib/ovlog.h"
 #include "plugin/src/linux/OneShotManager.h"
 
@@ -61,7 +61,9 @@ void RunnableScheduler::scheduleRunnable(OneShotManager* manager, Runnable* runn
     OvLock lock(kRunnablesMutex);
     kRunnables.emplace(runnable, manager);
   }
-  manager->scheduleAsyncCallback(handleRunnablePair, pair.release());
+  manager->scheduleAsyncCallback(handleRunnablePair, pair.get());
+  // The posted step's from here on; when posting failed, all that was made goes with the exception.
+  static_cast<void>(pair.release());
 }
 
 void RunnableScheduler::stopRunnables(OneShotManager* manager) {

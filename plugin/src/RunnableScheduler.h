@@ -25,7 +25,8 @@ class RunnableScheduler {
 
   // Takes ownership of the runnable and of the callback, which may be null. Any thread; returns at
   // once. Later, on the main thread, the runnable runs and the callback is told, with the runnable
-  // as its data, unless the runnable was interrupted. Then both are deleted.
+  // as its data, unless the runnable was interrupted. Then both are deleted; so they are, with
+  // nothing registered, when this throws bad_alloc.
   static void scheduleRunnable(OneShotManager* manager, Runnable* runnable, Callback* callback);
   // Stops every registered runnable of `manager`. Each stop() is called with the registry's mutex
   // held and must not schedule, run or delete a runnable.

@@ -1,8 +1,6 @@
 #include "plugin/src/SingleJobWorker.h"
 
-#include <exception>
-
-#include "ovlib/ovlog.h"
+#include "plugin/src/Guarded.h"
 
 namespace Pellion::Web {
 
@@ -16,12 +14,8 @@ bool SingleJobWorker::isDone() const {
 }
 
 void SingleJobWorker::run() {
-  try {
-    _job->run();
-  } catch (const std::exception& e) {
-    // The callback still hears of the job, which has no result then.
-    ov_err("Job ended by an exception: %s", e.what());
-  }
+  // The callback still hears of a job that ended so, which has no result then.
+  runGuarded("Job", [this] { _job->run(); });
   _done = true;
   if (_callback != nullptr && !_job->isInterrupted()) {
     _callback->handleCallback(this);

@@ -1,13 +1,13 @@
 #include "plugin/src/TransfersPoller.h"
 
 #include <algorithm>
-#include <cassert>
-#include <exception>
 #include <memory>
 
+#include "ovlib/ovassert.h"
 #include "ovlib/ovlog.h"
 #include "ovlib/ovthread.h"
 #include "plugin/src/Constants.h"
+#include "plugin/src/Guarded.h"
 #include "plugin/src/HttpRequest.h"
 #include "plugin/src/HttpResponse.h"
 #include "plugin/src/Json.h"
@@ -44,11 +44,7 @@ void TransfersPoller::run() {
   ov_trace("%p TransferPoller::run()", static_cast<void*>(this));
   while (!_stopRequested) {
     ov_thread_sleep(_pollingIntervalMs);
-    try {
-      poll();
-    } catch (const std::exception& e) {
-      ov_err("Transfer poll ended by an exception: %s", e.what());
-    }
+    runGuarded("Transfer poll", [this] { poll(); });
   }
   _done = true;
   ov_trace("%p TransferPoller::run() - done", static_cast<void*>(this));

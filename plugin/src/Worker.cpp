@@ -1,9 +1,8 @@
 #include "plugin/src/Worker.h"
 
-#include <exception>
-
 #include "ovlib/overrno.h"
 #include "ovlib/ovlog.h"
+#include "plugin/src/Guarded.h"
 #include "plugin/src/SystemException.h"
 #include "plugin/src/Utils.h"
 
@@ -67,11 +66,7 @@ std::string Worker::joinThread() {
 }
 
 void* Worker::threadMain(void* worker) {
-  try {
-    static_cast<Worker*>(worker)->run();
-  } catch (const std::exception& e) {
-    ov_err("Worker thread ended by an exception: %s", e.what());
-  }
+  runGuarded("Worker thread", [worker] { static_cast<Worker*>(worker)->run(); });
   return nullptr;
 }
 

@@ -2,10 +2,12 @@
 
 #include <filesystem>
 #include <future>
+#include <new>
 
 #include "plugin/src/LaunchedProcess.h"
 #include "plugin/src/Pellion.h"
 #include "plugin/src/Url.h"
+#include "tests/plugin/FailingMemory.h"
 #include "tests/plugin/LoggedSandbox.h"
 #include "tests/support/ScriptedServer.h"
 #include "tests/support/WaitFor.h"
@@ -81,6 +83,22 @@ TEST_F(PellionApp, followsTheApplicationToAnotherPortAndTakesAnyAnswer) {
   EXPECT_EQ(server.requestCount(), 2u);
 }
 
+TEST_F(PellionApp, followsAlsoWhenAnotherThreadHasReadTheNewAddressFirst) {
+  ScriptedServer moved(httpResponse("{}"));
+  ScriptedServer* old = nullptr;
+  bool otherFollowed = false;
+  ScriptedServer leaving([&](int, const std::string&, size_t) {
+    old->refuseFurther();
+    writeUrlFile(moved.port());
+    otherFollowed = App::isRunning();
+  });
+  old = &leaving;
+  writeUrlFile(leaving.port());
+  EXPECT_TRUE(App::isRunning());
+  EXPECT_TRUE(otherFollowed);
+  EXPECT_EQ(moved.requestCount(), 2u);
+}
+
 TEST_F(PellionApp, withoutLaunchTimeStartsTheApplicationAndMakesNoCheck) {
   ScriptedServer server(httpResponse("{}"));
   installScript(server.port());
@@ -114,6 +132,19 @@ TEST_F(PellionApp, noticesTheEndOfItsProcess) {
     ASSERT_TRUE(process.start(command));
     EXPECT_TRUE(waitFor([&] { return !process.isActive(); }));
     EXPECT_EQ(logLines(line).size(), 1u) << command;
+  }
+}
+
+TEST_F(PellionApp, aLaunchWithoutMemoryIsAnExceptionAtMost) {
+  const std::string command = "exit";
+  bool failed = true;
+  for (int allocation = 0; failed; ++allocation) {
+    failing_memory::start(allocation);
+    try {
+      Pellion::Web::LaunchedProcess().start(command);
+    } catch (const std::bad_alloc&) {
+    }
+    failed = failing_memory::stop();
   }
 }
 

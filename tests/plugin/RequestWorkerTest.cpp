@@ -2,6 +2,7 @@
 #include <pthread.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <csignal>
 #include <mutex>
@@ -11,6 +12,7 @@
 #include "plugin/src/HttpRequest.h"
 #include "plugin/src/HttpResponse.h"
 #include "plugin/src/RequestWorker.h"
+#include "tests/plugin/FailingMemory.h"
 #include "tests/plugin/JobFakes.h"
 #include "tests/plugin/LoggedSandbox.h"
 #include "tests/support/ScriptedServer.h"
@@ -81,6 +83,7 @@ TEST_F(RequestWorker, performsRequestsOneAfterTheOtherInArrivalOrder) {
   }
   worker.start();
   add("/c", [](void*) { throw std::runtime_error("bad callback"); });
+  add("/silent", [](void*) { throw std::runtime_error("bad callback"); });
   add("/d", nullptr);
   add("/e");
   ASSERT_TRUE(waitFor([&] { return told().size() >= 4; }));
@@ -90,10 +93,11 @@ TEST_F(RequestWorker, performsRequestsOneAfterTheOtherInArrivalOrder) {
   EXPECT_TRUE(worker.isDone());
   EXPECT_THAT(told(), ElementsAre("/a", "none", "/b", "/e"));
   // Each request follows its own check of the application, after the answer of the one before.
-  EXPECT_THAT(requestedPaths(), ElementsAre(kVersion, "/a", kVersion, "/silent", kVersion, "/b",
-                                            kVersion, "/c", kVersion, "/d", kVersion, "/e"));
-  EXPECT_EQ(logLines(kRequestError).size(), 1u);
-  EXPECT_EQ(logLines("bad callback").size(), 1u);
+  EXPECT_THAT(requestedPaths(),
+              ElementsAre(kVersion, "/a", kVersion, "/silent", kVersion, "/b", kVersion, "/c",
+                          kVersion, "/silent", kVersion, "/d", kVersion, "/e"));
+  EXPECT_EQ(logLines(kRequestError).size(), 2u);
+  EXPECT_EQ(logLines("bad callback").size(), 2u);
 }
 
 // Keeps a thread in the wait that it is in, whatever wakes it, until this object goes.
@@ -138,6 +142,28 @@ TEST_F(RequestWorker, aRequestQueuedJustBeforeTheStopIsSentButNotReported) {
   thread.join();
   EXPECT_THAT(requestedPaths(), ElementsAre(kVersion, "/last"));
   EXPECT_THAT(told(), ElementsAre());
+}
+
+TEST_F(RequestWorker, whateverFindsNoMemoryTheCallbackIsToldOnce) {
+  writeUrlFile(server.port());
+  add("/a");
+  worker.processOneRequest();
+  size_t requests = 1;
+  for (bool failed = true; failed; ++requests) {
+    add("/a", [this](void* data) {
+      failing_memory::stop();
+      note(data);
+    });
+    failing_memory::start(static_cast<int>(requests) - 1);
+    worker.processOneRequest();
+    failed = failing_memory::stop();
+    ASSERT_EQ(told().size(), requests + 1);
+  }
+  EXPECT_EQ(told().back(), "/a");
+  EXPECT_THAT(told(), testing::Each(testing::AnyOf("/a", "none")));
+  const std::vector<std::string> all = told();
+  EXPECT_EQ(logLines(kRequestError).size(),
+            static_cast<size_t>(std::count(all.begin(), all.end(), "none")));
 }
 
 TEST_F(RequestWorker, aFailedLaunchIsReportedWithoutTheLockAndEvenAfterAStop) {

@@ -2,11 +2,13 @@
 #include <gmock/gmock.h>
 
 #include <memory>
+#include <new>
 #include <stdexcept>
 #include <thread>
 
 #include "plugin/src/RunnableScheduler.h"
 #include "plugin/src/linux/OneShotManager.h"
+#include "tests/plugin/FailingMemory.h"
 #include "tests/plugin/JobFakes.h"
 #include "tests/plugin/LoggedSandbox.h"
 #include "tests/support/WaitFor.h"
@@ -96,6 +98,26 @@ TEST_F(RunnableScheduler, aThrowingJobIsLoggedAndFreed) {
   pumpUntil(0);
   EXPECT_EQ(FakeCallback::alive, 0);
   EXPECT_EQ(logLines("no display").size(), 1u);
+  Scheduler::stopRunnables(&manager);
+  EXPECT_EQ(FakeJob::stops, 0);
+}
+
+TEST_F(RunnableScheduler, aJobThatCannotBePostedLeavesNothingBehind) {
+  OneShotManager manager;
+  for (int allocation = 0, jobs = 0; jobs == 0; ++allocation) {
+    auto* job = new FakeJob([this] { _events.push_back("run"); });
+    auto* callback = new FakeCallback([](void*) {});
+    failing_memory::start(allocation);
+    try {
+      Scheduler::scheduleRunnable(&manager, job, callback);
+    } catch (const std::bad_alloc&) {
+    }
+    jobs = failing_memory::stop() ? 0 : 1;
+    EXPECT_EQ(FakeJob::alive, jobs) << allocation;
+    EXPECT_EQ(FakeCallback::alive, jobs) << allocation;
+  }
+  pumpUntil(0);
+  EXPECT_THAT(_events, ElementsAre("run"));
   Scheduler::stopRunnables(&manager);
   EXPECT_EQ(FakeJob::stops, 0);
 }

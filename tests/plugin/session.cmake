@@ -1,3 +1,3 @@
 orvane_test(session_test
-  SOURCES FileTest.cpp PellionAppTest.cpp PlugInTest.cpp
+  SOURCES FileTest.cpp PellionAppTest.cpp PlugInTest.cpp FailingMemory.cpp
   LIBS pellion_core)

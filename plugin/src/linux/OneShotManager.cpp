@@ -2,10 +2,10 @@
 
 #include <glib.h>
 
-#include <exception>
 #include <memory>
 
 #include "ovlib/ovlog.h"
+#include "plugin/src/Guarded.h"
 
 namespace Pellion::Web {
 
@@ -18,11 +18,7 @@ struct PostedItem {
 
 gboolean callback(gpointer posted) {
   const std::unique_ptr<PostedItem> item(static_cast<PostedItem*>(posted));
-  try {
-    item->function(item->data);
-  } catch (const std::exception& e) {
-    ov_err("Posted step ended by an exception: %s", e.what());
-  }
+  runGuarded("Posted step", [&item] { item->function(item->data); });
   return G_SOURCE_REMOVE;
 }
 

@@ -13,6 +13,7 @@ class OneShotManager {
   OneShotManager& operator=(const OneShotManager&) = delete;
 
   // Calls `function(data)` once on the main thread, at the earliest 1 ms later. Any thread.
+  // Throws bad_alloc, with nothing posted, when there is no memory.
   void scheduleAsyncCallback(void (*function)(void*), void* data);
   // Does nothing: timers need no call from the main thread to run what is posted.
   void asyncCallback();

@@ -13,15 +13,15 @@
 using Pellion::Web::FileDialog;
 using Pellion::Web::Runnable;
 
-DialogCallback::DialogCallback(NPP instance, uint64_t owner, NPObject* callback, Type type,
-                               OpenDialogMark::Count openDialogs)
+DialogCallback::DialogCallback(NPP instance, PendingHandOvers::Owner owner, NPObject* callback,
+                               Type type, OpenDialogMark::Count openDialogs)
     : _instance(instance),
-      _callback(PendingHandOvers::keep(owner, NPObjectRef(callback))),
+      _callbackTicket(PendingHandOvers::keep(owner, NPObjectRef(callback))),
       _type(type),
       _mark(std::move(openDialogs)) {}
 
 DialogCallback::~DialogCallback() {
-  PendingHandOvers::take(_callback);
+  PendingHandOvers::take(_callbackTicket);
 }
 
 void DialogCallback::handleCallback(void* dialog) {
@@ -38,8 +38,5 @@ void DialogCallback::handleCallback(void* dialog) {
   }
   // The page may ask for its next dialog in the call.
   _mark.remove();
-  NPObjectRef callback = PendingHandOvers::take(_callback);
-  if (callback) {
-    callbackBrowser(StringCallbackMessage(_instance, std::move(callback), text));
-  }
+  callbackBrowser(StringCallbackMessage(_instance, _callbackTicket, text));
 }

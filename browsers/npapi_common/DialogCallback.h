@@ -1,8 +1,6 @@
 #ifndef BROWSERS_NPAPI_COMMON_DIALOG_CALLBACK_H_
 #define BROWSERS_NPAPI_COMMON_DIALOG_CALLBACK_H_
 
-#include <cstdint>
-
 #include "browsers/npapi_common/OpenDialogMark.h"
 #include "browsers/npapi_common/PendingHandOvers.h"
 #include "plugin/src/Callback.h"
@@ -13,9 +11,9 @@ class DialogCallback : public Pellion::Web::Callback {
  public:
   enum Type { eOpenFile = 0, eOpenFolder = 1, eSaveFile = 2 };
 
-  // `owner` is the instance's number among the pending hand-overs, `openDialogs` the count of its
+  // `owner` is the instance among the pending hand-overs, `openDialogs` the count of its
   // dialogs, which has this one until the page is told.
-  DialogCallback(NPP instance, uint64_t owner, NPObject* callback, Type type,
+  DialogCallback(NPP instance, PendingHandOvers::Owner owner, NPObject* callback, Type type,
                  OpenDialogMark::Count openDialogs);
   ~DialogCallback() override;
 
@@ -25,7 +23,7 @@ class DialogCallback : public Pellion::Web::Callback {
 
  private:
   const NPP _instance;
-  const PendingHandOvers::Ticket _callback;
+  const PendingHandOvers::Ticket _callbackTicket;
   const Type _type;
   OpenDialogMark _mark;
 };

@@ -1,7 +1,7 @@
 #include "browsers/npapi_common/EventHandler.h"
 
 #include "browsers/npapi_common/NPObjectRef.h"
-#include "browsers/npapi_common/PageResult.h"
+#include "browsers/npapi_common/PageVariant.h"
 
 const char* const kEventTypeDescriptions[] = {"drop", "transfer"};
 
@@ -19,7 +19,7 @@ void EventHandler::handleEvent(NPP instance, NPObject* handler, EventType_e type
   NPVariant arguments[2];
   OW_CharPtrToNPStringVariant(kEventTypeDescriptions[type], &arguments[0]);
   OW_CharPtrToNPStringVariant(data.c_str(), &arguments[1]);
-  PageResult result;
+  PageVariant result;
   const bool called = g_NPNFuncs.invokeDefault(instance, handler, arguments, 2, result.get());
   // Deliberate: a string that the function returns stays in the browser's memory.
   if (called && !NPVARIANT_IS_STRING(*result.get())) {
@@ -27,7 +27,7 @@ void EventHandler::handleEvent(NPP instance, NPObject* handler, EventType_e type
   }
   result.freeMemory();
   for (const NPVariant& argument : arguments) {
-    freeBrowserMemory(NPVARIANT_TO_STRING(argument).UTF8Characters);
+    ScriptValues::freeBrowserMemory(NPVARIANT_TO_STRING(argument).UTF8Characters);
   }
 }
 

@@ -13,7 +13,7 @@ namespace {
 
 template <typename Content>
 struct Owned {
-  uint64_t owner;
+  PendingHandOvers::Owner owner;
   Content content;
 };
 
@@ -48,7 +48,7 @@ Content takeEntry(Entries<Content>& entries, PendingHandOvers::Ticket ticket) {
 
 // Moves the entries as they are: an instance's end needs no memory.
 template <typename Content>
-Entries<Content> takeAll(Entries<Content>& entries, uint64_t owner) {
+Entries<Content> takeAll(Entries<Content>& entries, PendingHandOvers::Owner owner) {
   std::lock_guard<std::mutex> lock(registry().mutex);
   Entries<Content> taken;
   for (auto entry = entries.begin(); entry != entries.end();) {
@@ -61,7 +61,8 @@ Entries<Content> takeAll(Entries<Content>& entries, uint64_t owner) {
 }
 
 template <typename Content>
-PendingHandOvers::Ticket addEntry(Entries<Content>& entries, uint64_t owner, Content content) {
+PendingHandOvers::Ticket addEntry(Entries<Content>& entries, PendingHandOvers::Owner owner,
+                                  Content content) {
   std::lock_guard<std::mutex> lock(registry().mutex);
   const PendingHandOvers::Ticket ticket = ++registry().lastTicket;
   entries.emplace(ticket, Owned<Content>{owner, std::move(content)});
@@ -70,12 +71,13 @@ PendingHandOvers::Ticket addEntry(Entries<Content>& entries, uint64_t owner, Con
 
 }  // namespace
 
-uint64_t PendingHandOvers::newOwner() {
-  static std::atomic<uint64_t> lastOwner{0};
+PendingHandOvers::Owner PendingHandOvers::newOwner() {
+  static std::atomic<Owner> lastOwner{0};
   return ++lastOwner;
 }
 
-void PendingHandOvers::post(uint64_t owner, NPP instance, std::unique_ptr<HandOver> handOver) {
+void PendingHandOvers::post(PendingHandOvers::Owner owner, NPP instance,
+                            std::unique_ptr<HandOver> handOver) {
   auto* ticket =
       reinterpret_cast<void*>(addEntry(registry().handOvers, owner, std::move(handOver)));
   if (g_NPNFuncs.pluginthreadasynccall != nullptr) {
@@ -99,7 +101,7 @@ void PendingHandOvers::deliver(void* ticket) {
   CBoundary::run("Call into the page ended by an exception", [&] { handOver->deliver(); });
 }
 
-PendingHandOvers::Ticket PendingHandOvers::keep(uint64_t owner, NPObjectRef object) {
+PendingHandOvers::Ticket PendingHandOvers::keep(PendingHandOvers::Owner owner, NPObjectRef object) {
   return addEntry(registry().objects, owner, std::move(object));
 }
 
@@ -107,7 +109,7 @@ NPObjectRef PendingHandOvers::take(Ticket ticket) {
   return takeEntry(registry().objects, ticket);
 }
 
-void PendingHandOvers::freeAll(uint64_t owner) {
+void PendingHandOvers::freeAll(PendingHandOvers::Owner owner) {
   takeAll(registry().handOvers, owner);
   takeAll(registry().objects, owner);
 }

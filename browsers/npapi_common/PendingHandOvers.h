@@ -13,25 +13,26 @@
 // ticket leaks nothing and a late one finds nothing. Tickets and owners are never used twice.
 class PendingHandOvers {
  public:
+  using Owner = uint64_t;  // an instance
   using Ticket = uintptr_t;
 
   PendingHandOvers() = delete;
 
-  // A number for a new instance.
-  static uint64_t newOwner();
+  // Names a new instance.
+  static Owner newOwner();
 
   // Delivers the hand-over on the main thread, in the order of posting. Any thread; the instance
-  // must live until this returns.
-  static void post(uint64_t owner, NPP instance, std::unique_ptr<HandOver> handOver);
+  // must live until this returns. Throws std::bad_alloc, with the hand-over destroyed.
+  static void post(Owner owner, NPP instance, std::unique_ptr<HandOver> handOver);
 
   // Keeps a page object for somebody who may outlive the owner or may not release it on its own
-  // thread. Any thread; no ticket is 0.
-  static Ticket keep(uint64_t owner, NPObjectRef object);
-  // Gives it back; empty when the owner has ended. Main thread only.
+  // thread. Main thread only; no ticket is 0. Throws std::bad_alloc.
+  static Ticket keep(Owner owner, NPObjectRef object);
+  // Gives it back; empty when that was done before or the owner has ended. Main thread only.
   static NPObjectRef take(Ticket ticket);
 
   // Frees, undelivered, all that the owner has here. Main thread only.
-  static void freeAll(uint64_t owner);
+  static void freeAll(Owner owner);
 
  private:
   static void deliver(void* ticket);

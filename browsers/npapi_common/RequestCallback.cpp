@@ -4,7 +4,6 @@
 #include <string>
 #include <utility>
 
-#include "browsers/npapi_common/PendingHandOvers.h"
 #include "browsers/npapi_common/StringCallbackMessage.h"
 #include "ovlib/ovlog.h"
 #include "plugin/src/Constants.h"
@@ -14,13 +13,14 @@
 using Pellion::Web::HttpResponse;
 using Pellion::Web::Json;
 
-RequestCallback::RequestCallback(NPP instance, uint64_t owner, NPObject* callback)
-    : _instance(instance), _owner(owner), _callback(callback) {}
+RequestCallback::RequestCallback(NPP instance, PendingHandOvers::Owner owner, NPObject* callback)
+    : _instance(instance),
+      _owner(owner),
+      _callbackTicket(PendingHandOvers::keep(owner, NPObjectRef(callback))) {}
 
 RequestCallback::~RequestCallback() {
-  if (_callback && std::this_thread::get_id() != _mainThread) {
-    // Released with the instance.
-    PendingHandOvers::keep(_owner, std::move(_callback));
+  if (std::this_thread::get_id() == _mainThread) {
+    PendingHandOvers::take(_callbackTicket);
   }
 }
 
@@ -28,7 +28,7 @@ void RequestCallback::handleCallback(void* response) {
   std::string text = response != nullptr ? static_cast<HttpResponse*>(response)->data()
                                          : Json::createError(Pellion::Web::kErrorPellionRequest);
   ov_trace("RequestCallback::handleCallback() - response=%s", text.c_str());
-  PendingHandOvers::post(
-      _owner, _instance,
-      std::make_unique<StringCallbackMessage>(_instance, std::move(_callback), std::move(text)));
+  PendingHandOvers::post(_owner, _instance,
+                         std::make_unique<StringCallbackMessage>(
+                             _instance, std::exchange(_callbackTicket, 0), std::move(text)));
 }

@@ -4,30 +4,29 @@
 #include <string>
 #include <utility>
 
-#include "browsers/npapi_common/HandOver.h"
-#include "browsers/npapi_common/NPObjectRef.h"
+#include "browsers/npapi_common/PendingHandOvers.h"
 
-// A text for a page function. May be made on any thread; destroyed on the main thread, which then
-// releases the function.
+// A text for a page function, which stays among what is pending until it is called. Made and
+// destroyed on any thread.
 class StringCallbackMessage : public HandOver {
  public:
-  StringCallbackMessage(NPP instance, NPObjectRef callback, std::string data)
-      : _instance(instance), _callback(std::move(callback)), _data(std::move(data)) {}
+  StringCallbackMessage(NPP instance, PendingHandOvers::Ticket callbackTicket, std::string data)
+      : _instance(instance), _callbackTicket(callbackTicket), _data(std::move(data)) {}
 
   NPP instance() const { return _instance; }
-  NPObject* callback() const { return _callback.get(); }
+  PendingHandOvers::Ticket callbackTicket() const { return _callbackTicket; }
   const std::string& data() const { return _data; }
 
   void deliver() override;
 
  private:
   const NPP _instance;
-  const NPObjectRef _callback;
+  const PendingHandOvers::Ticket _callbackTicket;
   const std::string _data;
 };
 
-// Calls the message's function with its text. Main thread only; the instance must live and may be
-// destroyed in the call.
+// Takes the message's function and calls it with its text; does nothing when the function is taken
+// or has gone with its instance. Main thread only; the instance may be destroyed in the call.
 void callbackBrowser(const StringCallbackMessage& message);
 
 #endif  // BROWSERS_NPAPI_COMMON_STRING_CALLBACK_MESSAGE_H_

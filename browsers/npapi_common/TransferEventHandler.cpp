@@ -2,10 +2,10 @@
 
 #include <memory>
 
-#include "browsers/npapi_common/PendingHandOvers.h"
 #include "ovlib/ovlog.h"
 
-TransferEventHandler::TransferEventHandler(NPP instance, NPObject* eventHandler, uint64_t owner)
+TransferEventHandler::TransferEventHandler(NPP instance, NPObject* eventHandler,
+                                           PendingHandOvers::Owner owner)
     : EventHandler(instance, eventHandler), _owner(owner) {
   ov_trace("TransferEventHandler() [%p]", static_cast<void*>(this));
 }

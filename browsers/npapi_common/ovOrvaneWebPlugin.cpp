@@ -3,8 +3,6 @@
 #include <cstdlib>
 #include <exception>
 
-#include "browsers/npapi_common/PendingHandOvers.h"
-#include "browsers/npapi_common/ScriptArguments.h"
 #include "browsers/npapi_common/TransferEventHandler.h"
 #include "browsers/npapi_common/ovOrvaneWebScriptObject.h"
 #include "browsers/npapi_common/ovOrvaneWebView.h"
@@ -19,6 +17,7 @@
 using Pellion::Web::OneShotManager;
 using Pellion::Web::PlugIn;
 using Pellion::Web::RunnableScheduler;
+using ScriptValues::textOf;
 
 ovOrvaneWebPlugin* ovOrvaneWebPlugin::kLastDialogOpener = nullptr;
 
@@ -51,7 +50,7 @@ NPObject* objectOf(const NPVariant& value) {
 }  // namespace
 
 ovOrvaneWebPlugin::ovOrvaneWebPlugin(NPP instance, std::map<std::string, std::string>& params)
-    : _instance(instance), _serial(PendingHandOvers::newOwner()) {
+    : _instance(instance), _owner(PendingHandOvers::newOwner()) {
   ov_trace("ovOrvaneWebPlugin() [%p]", static_cast<void*>(this));
   try {
     initCore(params);
@@ -85,7 +84,7 @@ void ovOrvaneWebPlugin::initScripting() {
   _scriptObjectClass = OWCreateScriptObjectClass();
   _scriptObject =
       static_cast<OWScriptObject*>(g_NPNFuncs.createobject(_instance, _scriptObjectClass));
-  _transferEventHandler = std::make_unique<TransferEventHandler>(_instance, nullptr, _serial);
+  _transferEventHandler = std::make_unique<TransferEventHandler>(_instance, nullptr, _owner);
   _pluginImpl->getTransfersPoller()->addListener(_transferEventHandler.get());
   // Last, so that a failed construction leaves no pointer to this object behind.
   if (_scriptObject != nullptr) {
@@ -110,7 +109,7 @@ ovOrvaneWebPlugin::~ovOrvaneWebPlugin() {
   // Also when an exception has ended the cleanup before: the core's threads call the handler.
   _pluginImpl.reset();
   // They are gone: what they posted, and what they could not release, ends here.
-  PendingHandOvers::freeAll(_serial);
+  PendingHandOvers::freeAll(_owner);
   _dropObserver.reset();
   _eventHandler.reset();
   // Deliberate: the reference on the script object that its making gave is never returned, so every
@@ -124,7 +123,7 @@ void ovOrvaneWebPlugin::cleanup() {
       _pluginImpl->getTransfersPoller()->removeListener(_transferEventHandler.get());
     }
     // Its events are pending no more when it goes.
-    PendingHandOvers::freeAll(_serial);
+    PendingHandOvers::freeAll(_owner);
     _transferEventHandler.reset();
   }
   std::free(_imageBuffer);

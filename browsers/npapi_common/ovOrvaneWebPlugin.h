@@ -10,6 +10,7 @@
 
 #include "browsers/npapi_common/NPObjectRef.h"
 #include "browsers/npapi_common/OpenDialogMark.h"
+#include "browsers/npapi_common/PendingHandOvers.h"
 #include "browsers/npapi_common/ovIOrvaneWebViewDelegate.h"
 #include "npapi/npfunctions.h"
 
@@ -123,7 +124,7 @@ class ovOrvaneWebPlugin : public ovIOrvaneWebViewDelegate {
   static ovOrvaneWebPlugin* kLastDialogOpener;
 
   const NPP _instance;
-  const uint64_t _serial;  // owner of this instance's pending hand-overs
+  const PendingHandOvers::Owner _owner;  // this instance among the pending hand-overs
   std::shared_ptr<const void> _life = std::make_shared<char>();  // expires with this object
   std::unique_ptr<Pellion::Web::PlugIn> _pluginImpl;
   std::unique_ptr<Pellion::Web::OneShotManager> _oneShotManager;

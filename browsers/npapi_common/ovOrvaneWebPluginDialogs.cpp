@@ -4,7 +4,7 @@
 #include <exception>
 
 #include "browsers/npapi_common/DialogCallback.h"
-#include "browsers/npapi_common/ScriptArguments.h"
+#include "browsers/npapi_common/ScriptCall.h"
 #include "browsers/npapi_common/ovOrvaneWebPlugin.h"
 #include "browsers/npapi_common/ovUtility.h"
 #include "os/src/OpenFileDialog.h"
@@ -25,6 +25,9 @@ using Pellion::Web::OpenFolderDialog;
 using Pellion::Web::PathEscaper;
 using Pellion::Web::RunnableScheduler;
 using Pellion::Web::SaveFileDialog;
+using ScriptCall::answerText;
+using ScriptCall::startWithStrings;
+using ScriptValues::textOf;
 
 struct ovOrvaneWebPlugin::DialogKind {
   DialogCallback::Type type;
@@ -107,7 +110,7 @@ void ovOrvaneWebPlugin::scheduleDialog(const DialogKind& kind, const DialogMaker
     std::unique_ptr<FileDialog> dialog = prepareDialog(kind, make);
     if (dialog) {
       auto dialogCallback = std::make_unique<DialogCallback>(
-          _instance, _serial, NPVARIANT_TO_OBJECT(callback), kind.type, _openDialogs);
+          _instance, _owner, NPVARIANT_TO_OBJECT(callback), kind.type, _openDialogs);
       RunnableScheduler::scheduleRunnable(_oneShotManager.get(), dialog.release(),
                                           dialogCallback.release());
     }
@@ -119,7 +122,7 @@ void ovOrvaneWebPlugin::scheduleDialog(const DialogKind& kind, const DialogMaker
 
 bool ovOrvaneWebPlugin::runOpenFileDialog(const NPVariant* args, uint32_t argCount,
                                           NPVariant* result) {
-  logScriptCall("runOpenFileDialog", argCount);
+  ScriptCall::log("runOpenFileDialog", argCount);
   if (isDialogOpen()) {
     return answerNullText(result);
   }
@@ -135,7 +138,7 @@ bool ovOrvaneWebPlugin::runOpenFileDialog(const NPVariant* args, uint32_t argCou
 
 bool ovOrvaneWebPlugin::runOpenFolderDialog(const NPVariant* args, uint32_t argCount,
                                             NPVariant* result) {
-  logScriptCall("runOpenFolderDialog", argCount);
+  ScriptCall::log("runOpenFolderDialog", argCount);
   if (isDialogOpen()) {
     return answerNullText(result);
   }
@@ -150,7 +153,7 @@ bool ovOrvaneWebPlugin::runOpenFolderDialog(const NPVariant* args, uint32_t argC
 
 bool ovOrvaneWebPlugin::runSaveFileDialog(const NPVariant* args, uint32_t argCount,
                                           NPVariant* result) {
-  logScriptCall("runSaveFileDialog", argCount);
+  ScriptCall::log("runSaveFileDialog", argCount);
   if (isDialogOpen()) {
     return answerNullText(result);
   }
@@ -165,7 +168,7 @@ bool ovOrvaneWebPlugin::runSaveFileDialog(const NPVariant* args, uint32_t argCou
 
 bool ovOrvaneWebPlugin::runOpenFileDialogAsync(const NPVariant* args, uint32_t argCount,
                                                NPVariant* result) {
-  logScriptCall("runOpenFileDialogAsync", argCount);
+  ScriptCall::log("runOpenFileDialogAsync", argCount);
   if (isDialogOpen()) {
     return answerAlreadyOpen(result);
   }
@@ -185,7 +188,7 @@ bool ovOrvaneWebPlugin::runOpenFileDialogAsync(const NPVariant* args, uint32_t a
 
 bool ovOrvaneWebPlugin::runOpenFolderDialogAsync(const NPVariant* args, uint32_t argCount,
                                                  NPVariant* result) {
-  logScriptCall("runOpenFolderDialogAsync", argCount);
+  ScriptCall::log("runOpenFolderDialogAsync", argCount);
   if (isDialogOpen()) {
     return answerAlreadyOpen(result);
   }
@@ -203,7 +206,7 @@ bool ovOrvaneWebPlugin::runOpenFolderDialogAsync(const NPVariant* args, uint32_t
 
 bool ovOrvaneWebPlugin::runSaveFileDialogAsync(const NPVariant* args, uint32_t argCount,
                                                NPVariant* result) {
-  logScriptCall("runSaveFileDialogAsync", argCount);
+  ScriptCall::log("runSaveFileDialogAsync", argCount);
   if (isDialogOpen()) {
     return answerAlreadyOpen(result);
   }

@@ -1,22 +1,25 @@
 // What the page asks of the plugin object, and the windows that it opens.
 
-#include "browsers/npapi_common/ScriptArguments.h"
+#include "browsers/npapi_common/ScriptCall.h"
 #include "browsers/npapi_common/ovOrvaneWebPlugin.h"
 #include "plugin/src/PlugIn.h"
+
+using ScriptCall::answerText;
+using ScriptCall::answerVoid;
 
 namespace {
 
 // `ask` answers a text.
 template <typename Ask>
 bool query(const char* method, uint32_t argCount, NPVariant* result, Ask ask) {
-  logScriptCall(method, argCount);
+  ScriptCall::log(method, argCount);
   return argCount == 0 && answerText(ask(), result);
 }
 
 // Deliberate: the page does not hear whether the window came.
 template <typename Show>
 bool display(const char* method, uint32_t argCount, NPVariant* result, Show show) {
-  logScriptCall(method, argCount);
+  ScriptCall::log(method, argCount);
   if (argCount != 0) {
     return false;
   }

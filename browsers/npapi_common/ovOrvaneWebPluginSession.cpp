@@ -1,12 +1,16 @@
 // The page's session, requests and transfers.
+//
+// Deliberate: initSession and the two requests take any further arguments and leave them unread;
+// the transfer methods answer void whatever became of the transfer.
 
 #include <exception>
 #include <memory>
 
 #include "browsers/npapi_common/RequestCallback.h"
-#include "browsers/npapi_common/ScriptArguments.h"
+#include "browsers/npapi_common/ScriptCall.h"
 #include "browsers/npapi_common/ovOrvaneWebPlugin.h"
 #include "browsers/npapi_common/ovOrvaneWebView.h"
+#include "browsers/npapi_common/ovUtility.h"
 #include "plugin/src/Constants.h"
 #include "plugin/src/HttpResponse.h"
 #include "plugin/src/Json.h"
@@ -14,6 +18,11 @@
 
 using Pellion::Web::HttpResponse;
 using Pellion::Web::Json;
+using ScriptCall::answerText;
+using ScriptCall::answerVoid;
+using ScriptCall::isNonEmptyString;
+using ScriptCall::startWithStrings;
+using ScriptValues::textOf;
 
 namespace {
 
@@ -24,7 +33,7 @@ bool isOneText(const NPVariant* args, uint32_t argCount) {
 }  // namespace
 
 bool ovOrvaneWebPlugin::initSession(const NPVariant* args, uint32_t argCount, NPVariant* result) {
-  logScriptCall("initSession", argCount);
+  ScriptCall::log("initSession", argCount);
   if (!startWithStrings(args, argCount, 2)) {
     return false;
   }
@@ -39,7 +48,7 @@ bool ovOrvaneWebPlugin::initSession(const NPVariant* args, uint32_t argCount, NP
 
 bool ovOrvaneWebPlugin::pellionHttpRequest(const NPVariant* args, uint32_t argCount,
                                            NPVariant* result) {
-  logScriptCall("pellionHttpRequest", argCount);
+  ScriptCall::log("pellionHttpRequest", argCount);
   if (!startWithStrings(args, argCount, 3)) {
     return false;
   }
@@ -52,7 +61,7 @@ bool ovOrvaneWebPlugin::pellionHttpRequest(const NPVariant* args, uint32_t argCo
 
 bool ovOrvaneWebPlugin::pellionHttpRequestAsync(const NPVariant* args, uint32_t argCount,
                                                 NPVariant* result) {
-  logScriptCall("pellionHttpRequestAsync", argCount);
+  ScriptCall::log("pellionHttpRequestAsync", argCount);
   if (argCount < 4 || !startWithStrings(args, argCount, 3) || !NPVARIANT_IS_OBJECT(args[3])) {
     return false;
   }
@@ -60,7 +69,7 @@ bool ovOrvaneWebPlugin::pellionHttpRequestAsync(const NPVariant* args, uint32_t 
   const std::string path = textOf(args[1]);
   const std::string data = textOf(args[2]);
   auto callback =
-      std::make_unique<RequestCallback>(_instance, _serial, NPVARIANT_TO_OBJECT(args[3]));
+      std::make_unique<RequestCallback>(_instance, _owner, NPVARIANT_TO_OBJECT(args[3]));
   const std::string error =
       _pluginImpl->pellionHttpRequestAsync(method, path, data, callback.release());
   if (!error.empty()) {
@@ -71,7 +80,7 @@ bool ovOrvaneWebPlugin::pellionHttpRequestAsync(const NPVariant* args, uint32_t 
 }
 
 bool ovOrvaneWebPlugin::startDownload(const NPVariant* args, uint32_t argCount, NPVariant* result) {
-  logScriptCall("startDownload", argCount);
+  ScriptCall::log("startDownload", argCount);
   if (!isOneText(args, argCount)) {
     return false;
   }
@@ -81,7 +90,7 @@ bool ovOrvaneWebPlugin::startDownload(const NPVariant* args, uint32_t argCount, 
 
 bool ovOrvaneWebPlugin::startDownloadToPath(const NPVariant* args, uint32_t argCount,
                                             NPVariant* result) {
-  logScriptCall("startDownloadToPath", argCount);
+  ScriptCall::log("startDownloadToPath", argCount);
   if (argCount != 2 || !isNonEmptyString(args[0]) || !NPVARIANT_IS_STRING(args[1])) {
     return false;
   }
@@ -91,7 +100,7 @@ bool ovOrvaneWebPlugin::startDownloadToPath(const NPVariant* args, uint32_t argC
 
 bool ovOrvaneWebPlugin::startUploadToURL(const NPVariant* args, uint32_t argCount,
                                          NPVariant* result) {
-  logScriptCall("startUploadToURL", argCount);
+  ScriptCall::log("startUploadToURL", argCount);
   if (argCount != 2 || !isNonEmptyString(args[0]) || !isNonEmptyString(args[1])) {
     return false;
   }
@@ -101,7 +110,7 @@ bool ovOrvaneWebPlugin::startUploadToURL(const NPVariant* args, uint32_t argCoun
 
 bool ovOrvaneWebPlugin::startListDownloadToPath(const NPVariant* args, uint32_t argCount,
                                                 NPVariant* result) {
-  logScriptCall("startListDownloadToPath", argCount);
+  ScriptCall::log("startListDownloadToPath", argCount);
   // Deliberate: an empty destination is accepted, unlike startListUploadToURL's.
   if (argCount != 1 || !NPVARIANT_IS_STRING(args[0])) {
     return false;
@@ -112,7 +121,7 @@ bool ovOrvaneWebPlugin::startListDownloadToPath(const NPVariant* args, uint32_t 
 
 bool ovOrvaneWebPlugin::startListUploadToURL(const NPVariant* args, uint32_t argCount,
                                              NPVariant* result) {
-  logScriptCall("startListUploadToURL", argCount);
+  ScriptCall::log("startListUploadToURL", argCount);
   if (!isOneText(args, argCount)) {
     return false;
   }
@@ -122,7 +131,7 @@ bool ovOrvaneWebPlugin::startListUploadToURL(const NPVariant* args, uint32_t arg
 
 bool ovOrvaneWebPlugin::addToDownloadList(const NPVariant* args, uint32_t argCount,
                                           NPVariant* result) {
-  logScriptCall("addToDownloadList", argCount);
+  ScriptCall::log("addToDownloadList", argCount);
   if (!isOneText(args, argCount)) {
     return false;
   }
@@ -132,7 +141,7 @@ bool ovOrvaneWebPlugin::addToDownloadList(const NPVariant* args, uint32_t argCou
 
 bool ovOrvaneWebPlugin::addToUploadList(const NPVariant* args, uint32_t argCount,
                                         NPVariant* result) {
-  logScriptCall("addToUploadList", argCount);
+  ScriptCall::log("addToUploadList", argCount);
   if (!isOneText(args, argCount)) {
     return false;
   }
@@ -141,7 +150,7 @@ bool ovOrvaneWebPlugin::addToUploadList(const NPVariant* args, uint32_t argCount
 }
 
 bool ovOrvaneWebPlugin::clearDownloadList(const NPVariant*, uint32_t argCount, NPVariant* result) {
-  logScriptCall("clearDownloadList", argCount);
+  ScriptCall::log("clearDownloadList", argCount);
   if (argCount != 0) {
     return false;
   }
@@ -150,7 +159,7 @@ bool ovOrvaneWebPlugin::clearDownloadList(const NPVariant*, uint32_t argCount, N
 }
 
 bool ovOrvaneWebPlugin::clearUploadList(const NPVariant*, uint32_t argCount, NPVariant* result) {
-  logScriptCall("clearUploadList", argCount);
+  ScriptCall::log("clearUploadList", argCount);
   if (argCount != 0) {
     return false;
   }
@@ -159,7 +168,7 @@ bool ovOrvaneWebPlugin::clearUploadList(const NPVariant*, uint32_t argCount, NPV
 }
 
 bool ovOrvaneWebPlugin::handleDrop(const NPVariant*, uint32_t argCount, NPVariant* result) {
-  logScriptCall("handleDrop", argCount);
+  ScriptCall::log("handleDrop", argCount);
   if (argCount != 0 || !_view) {
     return false;
   }

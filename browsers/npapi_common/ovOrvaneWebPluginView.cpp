@@ -5,7 +5,7 @@
 #include <memory>
 
 #include "browsers/npapi_common/EventHandler.h"
-#include "browsers/npapi_common/PageResult.h"
+#include "browsers/npapi_common/PageVariant.h"
 #include "browsers/npapi_common/ovOrvaneWebPlugin.h"
 #include "browsers/npapi_common/ovOrvaneWebView.h"
 #include "browsers/npapi_common/ovUtility.h"
@@ -31,6 +31,7 @@ bool ovOrvaneWebPlugin::setWindow(NPWindow* window, NPP instance) {
   if (window == nullptr) {
     return true;
   }
+  // Deliberate: also a window with another native id; the area stays in the first one.
   if (_view) {
     _view->resize(window);
     return true;
@@ -136,9 +137,9 @@ void ovOrvaneWebPlugin::notifyDropObserver(const std::vector<std::string>& paths
     return;
   }
   const std::string text = PathEscaper::toColonSeparatedStr(paths);
-  PageResult argument;
+  PageVariant argument;
   OW_CharPtrToNPStringVariant(text.empty() ? nullptr : text.c_str(), argument.get());
-  PageResult result;
+  PageVariant result;
   if (g_NPNFuncs.invoke(instance, observer.get(), onDrop, argument.get(), 1, result.get())) {
     result.releaseByValueWord();
   }

@@ -29,14 +29,16 @@ class ScriptValue {
   NPObject* object() const {
     return NPVARIANT_IS_OBJECT(_variant) ? NPVARIANT_TO_OBJECT(_variant) : nullptr;
   }
-  const NPString* string() const {
-    return NPVARIANT_IS_STRING(_variant) ? &NPVARIANT_TO_STRING(_variant) : nullptr;
+  // Empty when the value is not a string.
+  std::string text() const {
+    return NPVARIANT_IS_STRING(_variant) ? ScriptValues::textOf(_variant) : std::string();
   }
   NPString takeString() {
-    const NPString text = string() != nullptr ? *string() : NPString{nullptr, 0};
-    if (string() != nullptr) {
-      VOID_TO_NPVARIANT(_variant);
+    if (!NPVARIANT_IS_STRING(_variant)) {
+      return {nullptr, 0};
     }
+    const NPString text = NPVARIANT_TO_STRING(_variant);
+    VOID_TO_NPVARIANT(_variant);
     return text;
   }
 
@@ -60,13 +62,19 @@ void getProperty(NPP instance, const ScriptValue& owner, const char* name, Scrip
   }
 }
 
-std::string toText(const NPString* s) {
+}  // namespace
+
+std::string ScriptValues::textOf(const NPVariant& variant) {
   const std::unique_ptr<char, decltype(&std::free)> copy(
-      s != nullptr ? OW_NPStringToCharPtr(s) : nullptr, std::free);
-  return copy ? copy.get() : "";
+      OW_NPStringToCharPtr(&NPVARIANT_TO_STRING(variant)), std::free);
+  return copy.get();
 }
 
-}  // namespace
+void ScriptValues::freeBrowserMemory(const void* memory) {
+  if (memory != nullptr && g_NPNFuncs.memfree != nullptr) {
+    g_NPNFuncs.memfree(const_cast<void*>(memory));
+  }
+}
 
 void OW_CharPtrToNPStringVariant(const char* text, NPVariant* out) {
   const size_t size = text != nullptr ? std::strlen(text) + 1 : 0;
@@ -104,7 +112,7 @@ std::string OW_GetPageHostname(NPP instance) {
   getWindow(instance, window);
   getProperty(instance, window, "location", location);
   getProperty(instance, location, "hostname", value);
-  std::string hostname = toText(value.string());
+  std::string hostname = value.text();
   if (hostname.empty()) {
     hostname = "localhost";
   }

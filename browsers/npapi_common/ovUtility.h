@@ -22,11 +22,22 @@ void OW_CharPtrToNPStringVariant(const char* text, NPVariant* out);
 // std::bad_alloc when there is none.
 char* OW_NPStringToCharPtr(const NPString* s);
 
+namespace ScriptValues {
+
+// A string variant's text up to its first zero byte. Throws std::bad_alloc.
+std::string textOf(const NPVariant& variant);
+
+// Gives memory back to the browser, if it takes any. Null is allowed.
+void freeBrowserMemory(const void* memory);
+
+}  // namespace ScriptValues
+
 // The host name of the page's address, "localhost" when it has none. Writes it to the log.
 std::string OW_GetPageHostname(NPP instance);
 
 // The object's text by the page's JSON.stringify; it belongs to the browser's memory. Without a
 // string result, a null text of length 0.
+// Deliberate: nothing here calls it; it completes the set.
 NPString OW_JsonToString(NPP instance, NPObject* object);
 
 // Always 0 here: the question only arises on another platform.

@@ -1,5 +1,5 @@
 #include "browsers/npapi_common/EventHandler.h"
-#include "browsers/npapi_common/ScriptArguments.h"
+#include "browsers/npapi_common/ScriptCall.h"
 #include "tests/browsers/PluginFixture.h"
 
 namespace {

@@ -1,17 +1,11 @@
-#include "browsers/npapi_common/PageResult.h"
+#include "browsers/npapi_common/PageVariant.h"
 
 #include <cstdint>
 #include <cstring>
 
 #include "browsers/npapi_common/ovUtility.h"
 
-void freeBrowserMemory(const void* memory) {
-  if (memory != nullptr && g_NPNFuncs.memfree != nullptr) {
-    g_NPNFuncs.memfree(const_cast<void*>(memory));
-  }
-}
-
-PageResult::PageResult()
+PageVariant::PageVariant()
     : _variant(static_cast<NPVariant*>(g_NPNFuncs.memalloc(sizeof(NPVariant)))) {
   if (_variant == nullptr) {
     _variant = &_local;
@@ -19,7 +13,7 @@ PageResult::PageResult()
   VOID_TO_NPVARIANT(*_variant);
 }
 
-void PageResult::releaseByValueWord() {
+void PageVariant::releaseByValueWord() {
   uint32_t word;
   std::memcpy(&word, &_variant->value, sizeof(word));
   // Deliberate: the value is asked where the type is meant. What the page returns is released, a
@@ -29,9 +23,9 @@ void PageResult::releaseByValueWord() {
   }
 }
 
-void PageResult::freeMemory() {
+void PageVariant::freeMemory() {
   if (_variant != &_local) {
-    freeBrowserMemory(_variant);
+    ScriptValues::freeBrowserMemory(_variant);
     _variant = &_local;
   }
 }

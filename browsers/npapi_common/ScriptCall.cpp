@@ -1,28 +1,32 @@
-#include "browsers/npapi_common/ScriptArguments.h"
+#include "browsers/npapi_common/ScriptCall.h"
 
 #include <algorithm>
-#include <cstdlib>
-#include <memory>
 
 #include "browsers/npapi_common/ovUtility.h"
 #include "ovlib/ovlog.h"
 
-void logScriptCall(const char* method, uint32_t argCount) {
+using ScriptValues::textOf;
+
+void ScriptCall::log(const char* method, uint32_t argCount) {
   ov_trace("%s(): argCount=%u", method, argCount);
 }
 
-bool startWithStrings(const NPVariant* args, uint32_t argCount, uint32_t wanted) {
+bool ScriptCall::startWithStrings(const NPVariant* args, uint32_t argCount, uint32_t wanted) {
   return argCount >= wanted && std::all_of(args, args + wanted, NPVARIANT_IS_STRING);
 }
 
-bool isNonEmptyString(const NPVariant& variant) {
+bool ScriptCall::isNonEmptyString(const NPVariant& variant) {
   return NPVARIANT_IS_STRING(variant) && NPVARIANT_TO_STRING(variant).UTF8Length > 0;
 }
 
-std::string textOf(const NPVariant& variant) {
-  const std::unique_ptr<char, decltype(&std::free)> text(
-      OW_NPStringToCharPtr(&NPVARIANT_TO_STRING(variant)), std::free);
-  return text.get();
+bool ScriptCall::answerText(const std::string& text, NPVariant* result) {
+  OW_CharPtrToNPStringVariant(text.c_str(), result);
+  return true;
+}
+
+bool ScriptCall::answerVoid(NPVariant* result) {
+  VOID_TO_NPVARIANT(*result);
+  return true;
 }
 
 bool npvariantIsBoolean(const NPVariant& variant) {
@@ -38,14 +42,4 @@ bool npvariantToBoolean(const NPVariant& variant) {
     return NPVARIANT_TO_BOOLEAN(variant);
   }
   return NPVARIANT_IS_STRING(variant) && textOf(variant) == "true";
-}
-
-bool answerText(const std::string& text, NPVariant* result) {
-  OW_CharPtrToNPStringVariant(text.c_str(), result);
-  return true;
-}
-
-bool answerVoid(NPVariant* result) {
-  VOID_TO_NPVARIANT(*result);
-  return true;
 }

@@ -214,14 +214,18 @@ class TwoDialogs : public PageDialogs {
                                 : callOn(element, element.method + "Async", element.posted);
     element.over = true;
   }
-  // Once the chooser has read its folder it takes the answer.
+  // Once the chooser has read its folder and names what is picked, it takes the answer.
   static bool answer(Element& element) {
     GtkDialog* dialog = findDialog(element.title);
     if (dialog == nullptr || element.answered) {
       return element.answered;
     }
     if (element.watched) {
-      gtk_dialog_response(dialog, GTK_RESPONSE_ACCEPT);
+      gchar* named = gtk_file_chooser_get_filename(GTK_FILE_CHOOSER(dialog));
+      if (element.picked == (named != nullptr ? named : "")) {
+        gtk_dialog_response(dialog, GTK_RESPONSE_ACCEPT);
+      }
+      g_free(named);
       return element.answered;
     }
     element.watched = true;

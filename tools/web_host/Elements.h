@@ -1,0 +1,52 @@
+#ifndef TOOLS_WEB_HOST_ELEMENTS_H_
+#define TOOLS_WEB_HOST_ELEMENTS_H_
+
+#include <map>
+#include <memory>
+#include <string>
+
+#include "tools/npapi_host/PluginHost.h"
+#include "tools/web_host/Message.h"
+#include "tools/web_host/RemotePage.h"
+
+namespace web_host {
+
+// The page's elements by their numbers, each with its plugin instance. Operations answer with the
+// message for the browser; they may run main loops of the module's, and thereby other operations.
+// Main thread only.
+class Elements {
+ public:
+  // Borrowed; outlives this.
+  explicit Elements(RemotePage* page) : _page(page) {}
+  Elements(const Elements&) = delete;
+  Elements& operator=(const Elements&) = delete;
+
+  // The first one loads the module.
+  std::string make(const Operation& operation);
+  // An element that exists from now on, and answers this text to all.
+  std::string makeDead(const Operation& operation, const std::string& error);
+  std::string call(const Operation& operation);
+  std::string get(const Operation& operation);
+  std::string set(const Operation& operation);
+  std::string end(const Operation& operation);
+  // Instances end; the module stays.
+  void endAll();
+
+ private:
+  struct Made {
+    std::shared_ptr<npapi_host::Instance> instance;
+    std::string error;  // why there is no instance
+  };
+
+  template <typename Use>
+  std::string use(const Operation& operation, Use use);
+  bool loadModule(std::string* error);
+
+  RemotePage* _page;
+  std::unique_ptr<npapi_host::PluginHost> _host;
+  std::map<uint64_t, Made> _elements;
+};
+
+}  // namespace web_host
+
+#endif  // TOOLS_WEB_HOST_ELEMENTS_H_

@@ -1,0 +1,20 @@
+#ifndef TOOLS_WEB_HOST_PIECES_H_
+#define TOOLS_WEB_HOST_PIECES_H_
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace web_host {
+
+// Browsers end a host that sends them a frame above 1 MiB.
+static constexpr size_t kLargestMessage = 900'000;
+
+// The texts of the frames that carry a message of JSON: itself, or its pieces, none larger than
+// kLargestMessage. `id` tells the pieces of different messages apart.
+std::vector<std::string> piecesOf(const std::string& message, uint64_t id);
+
+}  // namespace web_host
+
+#endif  // TOOLS_WEB_HOST_PIECES_H_

@@ -1,0 +1,78 @@
+#ifndef TOOLS_WEB_HOST_REMOTE_PAGE_H_
+#define TOOLS_WEB_HOST_REMOTE_PAGE_H_
+
+#include <functional>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "tools/npapi_host/PageSide.h"
+#include "tools/web_host/Message.h"
+
+namespace web_host {
+
+// The page in the browser's process, as the module sees it. Its functions and objects are numbers
+// here; calls of them are told to the page and answered at once. Main thread only.
+class RemotePage : public npapi_host::PageSide {
+ public:
+  // `send` takes messages to the browser.
+  RemotePage(const Hello& hello, std::function<void(const std::string&)> send);
+  ~RemotePage() override;
+  RemotePage(const RemotePage&) = delete;
+  RemotePage& operator=(const RemotePage&) = delete;
+
+  // The page has passed a value for an instance. `variant` is the caller's to release. Each object
+  // that is mentioned is let go of again, also when the module keeps nothing of it.
+  void toVariant(const Value& value, npapi_host::Owner owner, NPVariant* variant);
+  // A mention that reaches no instance.
+  void drop(const Value& value);
+  // An instance that is not known yet is that of this element, and has been made for it.
+  void expect(uint64_t element) { _expected = element; }
+  void made(npapi_host::Owner owner, uint64_t element) { _elements[owner] = element; }
+
+  NPObject* windowObject(npapi_host::Owner owner) override;
+  NPObject* elementObject(npapi_host::Owner) override { return nullptr; }
+  void instanceEnded(npapi_host::Owner owner) override { _elements.erase(owner); }
+  void hold(npapi_host::PageRef object) override;
+  void letGo(npapi_host::PageRef object) override;
+  bool hasMethod(npapi_host::PageRef object, const npapi_host::Identifier& name) override;
+  bool hasProperty(npapi_host::PageRef object, const npapi_host::Identifier& name) override;
+  bool get(npapi_host::PageRef object, const npapi_host::Identifier& name, npapi_host::Owner owner,
+           NPVariant* result) override;
+  bool call(const npapi_host::PageCall& call, NPVariant* result) override;
+  bool mayFetch(const std::string& address) override;
+  std::string baseAddress() override;
+  std::string origin() override { return _hello.origin; }
+  const std::string& userAgent() override { return _hello.agent; }
+  void complain(const std::string& text) override;
+
+ private:
+  // What the page has said of one of its objects, while it is known on both sides.
+  struct Known {
+    uint64_t mentions = 0;  // by the page, since the last release
+    int holds = 0;          // by instances
+    bool callable = false;
+    std::vector<std::string> methods;
+  };
+
+  void mention(const Value& value);
+  void releaseLater(uint64_t object);
+  void releaseUnused(uint64_t object);
+  uint64_t elementOf(npapi_host::Owner owner) const;
+
+  const Hello _hello;
+  const std::function<void(const std::string&)> _send;
+  std::map<std::string, std::string> _location;  // window.location, by property
+  std::map<uint64_t, Known> _objects;
+  std::map<npapi_host::Owner, uint64_t> _elements;
+  uint64_t _expected = 0;
+};
+
+// window.location's properties for an address, as browsers have them; of an address without a host
+// (about:blank, file:) the host name is empty.
+std::map<std::string, std::string> locationOf(const std::string& address,
+                                              const std::string& origin);
+
+}  // namespace web_host
+
+#endif  // TOOLS_WEB_HOST_REMOTE_PAGE_H_

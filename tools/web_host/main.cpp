@@ -1,0 +1,29 @@
+#include <curl/curl.h>
+
+#include <cstdio>
+#include <exception>
+
+#include "tools/web_host/Options.h"
+#include "tools/web_host/WebHost.h"
+
+static int serveBrowser() {
+  const web_host::Channel channel = web_host::takeChannel();
+  curl_global_init(CURL_GLOBAL_DEFAULT);
+  int code;
+  {
+    web_host::WebHost host(channel);
+    code = host.run();
+  }
+  curl_global_cleanup();
+  return code;
+}
+
+int main(int argc, char** argv) {
+  try {
+    const std::optional<int> done = web_host::runOptions(argc, argv);
+    return done.has_value() ? *done : serveBrowser();
+  } catch (const std::exception& error) {
+    std::fprintf(stderr, "orvane-web-host: %s\n", error.what());
+    return 1;
+  }
+}

@@ -294,7 +294,8 @@ TEST_F(WebCheck, namesAnswersThatAreNotTheApplications) {
        httpResponse("{\"iteration_token\":\"1\"}")},
       {"an error", "activity", "failed",
        "POST /v4/transfers/activity: status 200, \"{\"error\":", "", version, error},
-      {"no token", "activity", "warning", "without a token", "", version, httpResponse("{}")},
+      {"no token, and much to tell", "activity", "warning", "without a token", "", version,
+       httpResponse("{\"transfers\":\"" + std::string(5'000'000, 'x') + "\"}")},
   };
   for (const auto& row : kRows) {
     ScriptedServer server([&row](int connection, const std::string& request, size_t) {

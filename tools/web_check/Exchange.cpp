@@ -5,6 +5,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -20,7 +21,9 @@ namespace web_check {
 namespace {
 
 constexpr int kExchangeMs = 3000;
-constexpr size_t kMostResponse = 4 * 1024 * 1024;
+// A busy application tells of a thousand transfers, each with a hundred files.
+constexpr size_t kMostResponse = 64 * 1024 * 1024;
+constexpr size_t kReceiveSize = 64 * 1024;
 
 // One connection with one deadline for everything. Each step answers false, with error() set, when
 // it fails or comes too late.
@@ -33,14 +36,18 @@ class BoundedConnection {
 
   const std::string& error() const { return _error; }
   bool wasRefused() const { return _wasRefused; }
+  bool sentTooMuch() const { return _sentTooMuch; }
 
   bool connectTo(const std::string& address, unsigned short port);
   bool sendAll(const std::string& bytes);
-  // Up to the announced length, or to the peer's close, which is no failure.
+  // Up to the announced length, or to the peer's close, which is no failure. Fails, without
+  // error(), when that is more than kMostResponse.
   bool receiveResponse(std::string* text);
 
  private:
   bool waitFor(short events);
+  // Appends what has arrived; false, without an error, when the peer has closed.
+  bool receiveSome(std::string* text);
   bool fail(int error) {
     _error = std::strerror(error);
     _wasRefused = error == ECONNREFUSED;
@@ -51,11 +58,13 @@ class BoundedConnection {
   const Deadline _deadline{kExchangeMs};
   std::string _error;
   bool _wasRefused = false;
+  bool _sentTooMuch = false;
 };
 
 bool BoundedConnection::waitFor(short events) {
   pollfd watched = {_socket, events, 0};
-  const int ready = poll(&watched, 1, _deadline.remaining());
+  const int left = _deadline.remaining();
+  const int ready = left > 0 ? poll(&watched, 1, left) : 0;
   return ready > 0 || fail(ready == 0 ? ETIMEDOUT : errno);
 }
 
@@ -89,31 +98,40 @@ bool BoundedConnection::sendAll(const std::string& bytes) {
 }
 
 // As the plugin has it: the length counts in exactly this case, and without one only the peer's
-// close ends a response.
-bool isComplete(const std::string& text) {
+// close ends a response. 0 while the head is not whole.
+size_t wholeSize(const std::string& text) {
   const size_t head = text.find("\r\n\r\n");
+  if (head == std::string::npos) {
+    return 0;
+  }
   const size_t length = text.find(HttpRequest::kContentLength);
-  if (head == std::string::npos || length >= head) {
-    return false;
+  if (length >= head) {
+    return std::string::npos;
   }
   const char* const value = text.c_str() + length + std::strlen(HttpRequest::kContentLength);
-  return text.size() >= head + 4 + std::strtoul(value, nullptr, 10);
+  return head + 4 + std::min<size_t>(std::strtoul(value, nullptr, 10), kMostResponse);
+}
+
+bool BoundedConnection::receiveSome(std::string* text) {
+  char buffer[kReceiveSize];
+  const ssize_t count = waitFor(POLLIN) ? recv(_socket, buffer, sizeof(buffer), 0) : 0;
+  if (count < 0) {
+    return fail(errno);
+  }
+  text->append(buffer, static_cast<size_t>(count));
+  return count > 0;
 }
 
 bool BoundedConnection::receiveResponse(std::string* text) {
-  char buffer[4096];
-  while (!isComplete(*text) && text->size() < kMostResponse) {
-    if (!waitFor(POLLIN)) {
+  for (size_t size = 0; size == 0 || text->size() < size;) {
+    if (!receiveSome(text)) {
+      return _error.empty();
+    }
+    if (text->size() > kMostResponse) {
+      _sentTooMuch = true;
       return false;
     }
-    const ssize_t count = recv(_socket, buffer, sizeof(buffer), 0);
-    if (count < 0) {
-      return fail(errno);
-    }
-    if (count == 0) {
-      return true;
-    }
-    text->append(buffer, static_cast<size_t>(count));
+    size = size == 0 ? wholeSize(*text) : size;
   }
   return true;
 }
@@ -152,6 +170,7 @@ Exchange request(const std::string& address, unsigned short port, const std::str
           body) ||
       !connection.receiveResponse(&text)) {
     exchange.error = connection.error();
+    exchange.tooLarge = connection.sentTooMuch();
     return exchange;
   }
   exchange.response.reset(HttpResponse::parse(text));

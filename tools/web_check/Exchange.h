@@ -14,6 +14,7 @@ enum class Reached { kNothing, kConnection, kAnswer };
 struct Exchange {
   Reached reached = Reached::kNothing;
   bool refused = false;                                  // nothing listens there
+  bool tooLarge = false;                                 // the answer, more than 64 MiB
   std::string error;                                     // why it came no further
   std::unique_ptr<Pellion::Web::HttpResponse> response;  // with kAnswer only
 };

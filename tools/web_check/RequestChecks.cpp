@@ -39,6 +39,10 @@ bool ask(const Context& context, const std::string& method, const std::string& p
          const std::string& body, Json* json, Finding* finding) {
   const std::string seen = method + " " + path + ": ";
   const Exchange exchange = request(context.host, context.port, method, path, body);
+  if (exchange.tooLarge) {
+    *finding = Finding::failed(seen + "the answer has more than 64 MiB", kRestart);
+    return false;
+  }
   if (exchange.reached != Reached::kAnswer) {
     *finding = Finding::failed(
         seen + "no answer (" + exchange.error + "), so a page waits for ever", kRestart);

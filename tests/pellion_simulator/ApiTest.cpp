@@ -48,6 +48,10 @@ TEST_F(SimulatorApi, answersWithoutADisplayAndLogsIt) {
              std::string::npos;
     }));
   }
+  for (int i = 0; i < 100; ++i) {
+    request("GET", "/" + std::string(8000, 'x'), "");
+  }
+  EXPECT_LT(ownLog().size(), 1'100'000u);
   EXPECT_EQ(expect(request("POST", "/v4/transfers/activity", ""), 200).rfind(R"(,"transfers":[]})"),
             std::string(R"({"iteration_token":"1234567890123456")").size());
 }
@@ -73,6 +77,7 @@ TEST_F(SimulatorApi, saysWhatIsWrongWithARequest) {
       {"GET", "/windows/settings/", "", 404, "Unknown window: settings"},
       {"GET", "/transfers/", "", 405, "GET is not allowed for /transfers/"},
       {"DELETE", "/windows/about/", "", 405, "DELETE is not allowed"},
+      {"DELETE", "/transfers/", "", 405, "DELETE is not allowed"},
       {"FETCH", "/", "", 400, "method"},
       {"POST", "/transfers/", "", 400, "The body is not valid XML: "},
       {"POST", "/transfers/", "<xferreq>\n<src>a</sr", 400, "(line 2, offset "},
@@ -108,7 +113,10 @@ TEST_F(SimulatorApi, saysWhatIsWrongWithARequest) {
   };
   for (const auto& c : kCases) {
     SCOPED_TRACE(c.message);
-    const std::string body = expect(request(c.method, c.target, c.body), c.status);
+    const std::string response = request(c.method, c.target, c.body);
+    const std::string body = expect(response, c.status);
+    const std::string allowed = c.target == "/transfers/" ? "Allow: POST\r\n" : "Allow: GET\r\n";
+    EXPECT_EQ(response.find(allowed) != std::string::npos, c.status == 405);
     EXPECT_THAT(body, StartsWith("{\"error\":{\"code\":" + std::to_string(c.status) +
                                  ",\"user_message\":\""));
     EXPECT_THAT(body, HasSubstr(c.message));
@@ -122,8 +130,9 @@ TEST_F(SimulatorApi, answersThisMachineOnly) {
       {"Host: 127.0.0.1" + withPort, 200},
       {"Host: LocalHost", 200},
       {"Host: [::1]" + withPort, 200},
-      {"Host: localhost\r\nOrigin: http://localhost:3000", 200},
       {"Sec-Fetch-Site: none", 200},
+      {"Range: bytes=1-3", 200},
+      {"Host: localhost\r\nOrigin: http://localhost:3000", 403},
       {"Host: example.org", 403},
       {"Host: example.org" + withPort, 403},
       {"Host: 127.0.0.1.example.org", 403},
@@ -140,6 +149,30 @@ TEST_F(SimulatorApi, answersThisMachineOnly) {
         expect(exchange("GET /v4/pellion/version HTTP/1.1\r\n" + header + "\r\n\r\n"), status);
     EXPECT_EQ(body.find("not answered") != std::string::npos, status == 403);
   }
+}
+
+TEST_F(SimulatorApi, boundsABodyOfEveryKindAlike) {
+  const std::string head = "POST /v4/transfers/activity HTTP/1.1\r\n";
+  const std::string form = "Content-Type: application/x-www-form-urlencoded\r\nContent-Length: ";
+  expect(exchange(head + form + "10000\r\n\r\n{}" + std::string(9'998, ' ')), 200);
+  for (const auto& [size, status] : {std::pair("0ffff00", 200), std::pair("1100000", 413)}) {
+    const std::string blanks(std::stoul(size, nullptr, 16) - 2, ' ');
+    expect(exchange(head + "Transfer-Encoding: chunked\r\n\r\n" + size + "\r\n{}" + blanks +
+                    "\r\n0\r\n\r\n"),
+           status);
+  }
+}
+
+// The server closes an idle connection after two seconds.
+TEST_F(SimulatorApi, isNotHeldUpByIdleConnections) {
+  EXPECT_TRUE(test_support::waitFor([&] {
+    std::vector<std::unique_ptr<test_support::Connection>> idle(60);
+    for (auto& connection : idle) {
+      connection = std::make_unique<test_support::Connection>(port());
+    }
+    expect(request("GET", "/v4/pellion/version", ""), 200);
+    return idle.front()->isOpen();
+  }));
 }
 
 }  // namespace

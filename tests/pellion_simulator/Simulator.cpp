@@ -10,6 +10,7 @@
 #include <yajl/yajl_tree.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <filesystem>
 #include <stdexcept>
 
@@ -114,6 +115,34 @@ int Simulator::wait() {
   return WIFSIGNALED(_status) ? -WTERMSIG(_status) : WEXITSTATUS(_status);
 }
 
+Connection::Connection(int port) : _socket(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+  sockaddr_in address = {};
+  address.sin_family = AF_INET;
+  address.sin_port = htons(static_cast<uint16_t>(port));
+  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  _isConnected = connect(_socket, reinterpret_cast<sockaddr*>(&address), sizeof(address)) == 0;
+}
+
+Connection::~Connection() {
+  close(_socket);
+}
+
+std::string Connection::exchange(const std::string& request) const {
+  std::string response;
+  if (_isConnected && sendAll(_socket, request)) {
+    char buffer[4096];
+    for (ssize_t count; (count = recv(_socket, buffer, sizeof(buffer), 0)) > 0;) {
+      response.append(buffer, static_cast<size_t>(count));
+    }
+  }
+  return response;
+}
+
+bool Connection::isOpen() const {
+  char byte;
+  return _isConnected && recv(_socket, &byte, 1, MSG_DONTWAIT) < 0 && errno == EAGAIN;
+}
+
 SimulatorTest::SimulatorTest() {
   unsetenv("XDG_CONFIG_HOME");
 }
@@ -136,24 +165,6 @@ std::unique_ptr<Simulator> SimulatorTest::start(const std::vector<std::string>& 
 int SimulatorTest::port() const {
   const std::string url = readFile(dataPath("var/run/http.uri"));
   return std::stoi(url.substr(url.rfind(':') + 1));
-}
-
-std::string SimulatorTest::exchange(const std::string& request) const {
-  const int connection = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-  sockaddr_in address = {};
-  address.sin_family = AF_INET;
-  address.sin_port = htons(static_cast<uint16_t>(port()));
-  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  std::string response;
-  if (connect(connection, reinterpret_cast<sockaddr*>(&address), sizeof(address)) == 0 &&
-      sendAll(connection, request)) {
-    char buffer[4096];
-    for (ssize_t count; (count = recv(connection, buffer, sizeof(buffer), 0)) > 0;) {
-      response.append(buffer, static_cast<size_t>(count));
-    }
-  }
-  close(connection);
-  return response;
 }
 
 std::string SimulatorTest::request(const std::string& method, const std::string& target,

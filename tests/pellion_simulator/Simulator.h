@@ -49,6 +49,24 @@ class Simulator {
   bool _ended = false;
 };
 
+// A connection to a port of this machine.
+class Connection {
+ public:
+  explicit Connection(int port);
+  ~Connection();
+  Connection(const Connection&) = delete;
+  Connection& operator=(const Connection&) = delete;
+
+  // Sends the bytes and reads until the peer closes.
+  std::string exchange(const std::string& request) const;
+  // Whether the peer has neither closed it nor sent anything.
+  bool isOpen() const;
+
+ private:
+  const int _socket;
+  bool _isConnected;
+};
+
 // A private home and what the tests do with a simulator in it.
 class SimulatorTest : public Sandbox {
  protected:
@@ -64,8 +82,9 @@ class SimulatorTest : public Sandbox {
   static std::string urlOf(const ScriptedServer& server, const std::string& path) {
     return "http://127.0.0.1:" + std::to_string(server.port()) + path;
   }
-  // Sends the bytes and reads until the peer closes.
-  std::string exchange(const std::string& request) const;
+  std::string exchange(const std::string& request) const {
+    return Connection(port()).exchange(request);
+  }
   // As the plugin sends it: no Host header, and a length in any case.
   std::string request(const std::string& method, const std::string& target,
                       const std::string& body) const;

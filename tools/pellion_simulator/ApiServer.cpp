@@ -9,6 +9,7 @@
 #include "tools/json/JsonWriter.h"
 #include "tools/pellion_simulator/ActivityReport.h"
 #include "tools/pellion_simulator/ApiError.h"
+#include "tools/pellion_simulator/ConnectionThreads.h"
 #include "tools/pellion_simulator/Log.h"
 #include "tools/pellion_simulator/RequestGuard.h"
 
@@ -21,6 +22,8 @@ namespace {
 const char kAddress[] = "127.0.0.1";
 const char kJson[] = "application/json";
 const size_t kLargestBody = size_t{16} * 1024 * 1024;
+// A client that is refused while it sends does not see the answer: so much is read, and dropped.
+const size_t kMostRead = 4 * kLargestBody;
 const time_t kIdleSeconds = 2;
 const std::string kWindows = "/windows/";
 
@@ -49,9 +52,38 @@ std::string refusalText(int status, const httplib::Request& request) {
       return "The body is larger than " + std::to_string(kLargestBody) + " bytes";
     case 414:
       return "The path is too long";
+    case 416:
+      return "The Range header is not valid";
     default:
       return "The request is not valid HTTP, or its method is not known";
   }
+}
+
+// Answers are short and always sent whole; the library would cut them.
+void ignoreRanges(const httplib::Request& request) {
+  const_cast<httplib::Request&>(request).ranges.clear();
+}
+
+// The library itself bounds only a body that announces its length.
+std::string readBody(const httplib::Request& request, const httplib::ContentReader& reader,
+                     const httplib::Response& response) {
+  if (request.is_multipart_form_data()) {
+    throw ApiError(400, "A body in several parts is not understood");
+  }
+  std::string body;
+  size_t size = 0;
+  const bool isWhole = reader([&](const char* data, size_t count) {
+    size += count;
+    if (size <= kLargestBody) {
+      body.append(data, count);
+    }
+    return size <= kMostRead;
+  });
+  if (!isWhole || size > kLargestBody) {
+    const int status = size > kLargestBody ? 413 : response.status;
+    throw ApiError(status, refusalText(status, request));
+  }
+  return body;
 }
 
 }  // namespace
@@ -82,10 +114,15 @@ ApiServer::~ApiServer() {
 
 void ApiServer::configure() {
   const httplib::Server::Handler handler = [this](const auto& request, auto& response) {
-    handle(request, response);
+    handle(request, nullptr, &response);
   };
+  const httplib::Server::HandlerWithContentReader bodyHandler =
+      [this](const auto& request, auto& response, const auto& reader) {
+        handle(request, &reader, &response);
+      };
   // The library would wait for the body of a request that announces none.
   _server.set_pre_routing_handler([handler](const auto& request, auto& response) {
+    ignoreRanges(request);
     if (request.has_header("Content-Length") || request.has_header("Transfer-Encoding")) {
       return httplib::Server::HandlerResponse::Unhandled;
     }
@@ -93,22 +130,30 @@ void ApiServer::configure() {
     return httplib::Server::HandlerResponse::Handled;
   });
   const char anyPath[] = "[\\s\\S]*";
-  _server.Get(anyPath, handler).Post(anyPath, handler).Put(anyPath, handler);
-  _server.Patch(anyPath, handler).Delete(anyPath, handler).Options(anyPath, handler);
+  _server.Get(anyPath, handler).Options(anyPath, handler);
+  _server.Post(anyPath, bodyHandler).Put(anyPath, bodyHandler);
+  _server.Patch(anyPath, bodyHandler).Delete(anyPath, bodyHandler);
   _server.set_error_handler([](const httplib::Request& request, httplib::Response& response) {
+    ignoreRanges(request);
     if (response.body.empty()) {
       answerError(response.status, refusalText(response.status, request), request, &response);
     }
   });
+  configureLimits();
+}
+
+void ApiServer::configureLimits() {
   // A connection serves one request: what a client sent beyond it is not taken for the next one.
   _server.set_keep_alive_max_count(1);
   _server.set_keep_alive_timeout(kIdleSeconds);
   _server.set_read_timeout(kIdleSeconds);
   _server.set_payload_max_length(kLargestBody);
   _server.set_tcp_nodelay(true);
+  _server.new_task_queue = [] { return new ConnectionThreads(); };
   // Not the library's default, which lets two programs share a port.
-  _server.set_socket_options([](int fd) {
+  _server.set_socket_options([this](int fd) {
     const int yes = 1;
+    _listener = fd;
     setsockopt(fd, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof(yes));
   });
 }
@@ -123,6 +168,8 @@ int ApiServer::start(int port) {
   if (port <= 0) {
     throw std::runtime_error("cannot listen on the loopback interface");
   }
+  // The library lets five connections wait, and the next one for a second.
+  listen(_listener, SOMAXCONN);
   _thread = std::thread([this] { _server.listen_after_bind(); });
   // stop() has an effect only on a server that runs.
   while (!_server.is_running()) {
@@ -144,72 +191,67 @@ void ApiServer::stop() {
   }
 }
 
-void ApiServer::handle(const httplib::Request& request, httplib::Response& response) {
+void ApiServer::handle(const httplib::Request& request, const httplib::ContentReader* reader,
+                       httplib::Response* response) {
   try {
+    const std::string body = reader != nullptr ? readBody(request, *reader, *response) : "";
     checkRequestIsLocal(request);
-    response.set_content((this->*findRoute(request))(request), kJson);
+    const Route& route = findRoute(request.path);
+    if (request.method != route.method) {
+      response->set_header("Allow", route.method);
+      throw ApiError(405, request.method + " is not allowed for " + request.path);
+    }
+    response->set_content((this->*route.answer)(request.path, body), kJson);
   } catch (const ApiError& error) {
-    if (error.status() == 405) {
-      response.set_header("Allow", request.method == "GET" ? "POST" : "GET");
-    }
-    answerError(error.status(), error.what(), request, &response);
+    answerError(error.status(), error.what(), request, response);
   } catch (const json::JsonError& error) {
-    answerError(400, error.what(), request, &response);
+    answerError(400, error.what(), request, response);
   } catch (const std::exception& error) {
-    answerError(500, error.what(), request, &response);
+    answerError(500, error.what(), request, response);
   }
 }
 
-ApiServer::Answer ApiServer::findRoute(const httplib::Request& request) const {
-  bool pathKnown = false;
+const ApiServer::Route& ApiServer::findRoute(const std::string& path) {
   for (const Route& route : kRoutes) {
-    const size_t length = route.isPrefix ? route.path.size() : std::string::npos;
-    if (request.path.substr(0, length) != route.path) {
-      continue;
+    if (path.compare(0, route.isPrefix ? route.path.size() : std::string::npos, route.path) == 0) {
+      return route;
     }
-    if (request.method == route.method) {
-      return route.answer;
-    }
-    pathKnown = true;
   }
-  if (pathKnown) {
-    throw ApiError(405, request.method + " is not allowed for " + request.path);
-  }
-  throw ApiError(404, "Unknown path: " + request.path);
+  throw ApiError(404, "Unknown path: " + path);
 }
 
-std::string ApiServer::version(const httplib::Request&) {
+std::string ApiServer::version(const std::string&, const std::string&) {
   JsonWriter json;
   json.openObject().key("product").value("Orvane Pellion").key("version").value(ORVANE_VERSION);
   return json.key("api_version").value("4").key("simulator").value(true).closeObject().text();
 }
 
-std::string ApiServer::exit(const httplib::Request&) {
+std::string ApiServer::exit(const std::string&, const std::string&) {
   // The body gives a reason in a notation of the client's own; nothing depends on it.
   logLine("A client asks this program to exit");
   _steps.exit();
   return JsonWriter().openObject().key("exiting").value(true).closeObject().text();
 }
 
-std::string ApiServer::startByXml(const httplib::Request& request) {
-  return startedDocument({_queue->add(parseXferreq(request.body))});
+std::string ApiServer::startByXml(const std::string&, const std::string& body) {
+  return startedDocument({_queue->add(parseXferreq(body))});
 }
 
-std::string ApiServer::startByJson(const httplib::Request& request) {
+std::string ApiServer::startByJson(const std::string&, const std::string& body) {
   std::vector<std::string> ids;
-  for (TransferRequest& transfer : parseTransferSpecs(request.body)) {
+  for (TransferRequest& transfer : parseTransferSpecs(body)) {
     ids.push_back(_queue->add(std::move(transfer)));
   }
   return startedDocument(ids);
 }
 
-std::string ApiServer::activity(const httplib::Request& request) {
-  return activityReport(*_queue, request.body);
+std::string ApiServer::activity(const std::string&, const std::string& body) {
+  return activityReport(*_queue, body);
 }
 
-std::string ApiServer::showWindow(const httplib::Request& request) {
+std::string ApiServer::showWindow(const std::string& path, const std::string&) {
   // "/windows/<name>/", with an argument behind it that no window takes yet.
-  const std::string rest = request.path.substr(kWindows.size());
+  const std::string rest = path.substr(kWindows.size());
   const std::string name = rest.substr(0, rest.find('/'));
   if (name != "about" && name != "preferences" && name != "transfer-manager") {
     throw ApiError(404, "Unknown window: " + name);

@@ -12,8 +12,7 @@
 namespace pellion_simulator {
 
 // The HTTP interface on the loopback device. Requests are answered on the server's own threads, all
-// with a JSON body and its length. Order of calls:
-// start, stopListening, stop.
+// with a JSON body and its length. Order of calls: start, stopListening, stop.
 class ApiServer {
  public:
   // The steps are called on a server thread: `showWindow` with "about", "preferences" or
@@ -38,22 +37,27 @@ class ApiServer {
   void stop();
 
  private:
-  using Answer = std::string (ApiServer::*)(const httplib::Request& request);
+  using Answer = std::string (ApiServer::*)(const std::string& path, const std::string& body);
   struct Route;
 
   void configure();
-  void handle(const httplib::Request& request, httplib::Response& response);
-  Answer findRoute(const httplib::Request& request) const;
-  std::string version(const httplib::Request& request);
-  std::string exit(const httplib::Request& request);
-  std::string startByXml(const httplib::Request& request);
-  std::string startByJson(const httplib::Request& request);
-  std::string activity(const httplib::Request& request);
-  std::string showWindow(const httplib::Request& request);
+  void configureLimits();
+  // `reader`: null when the request has no body to read.
+  void handle(const httplib::Request& request, const httplib::ContentReader* reader,
+              httplib::Response* response);
+  // A path has one method. Throws ApiError (404).
+  static const Route& findRoute(const std::string& path);
+  std::string version(const std::string& path, const std::string& body);
+  std::string exit(const std::string& path, const std::string& body);
+  std::string startByXml(const std::string& path, const std::string& body);
+  std::string startByJson(const std::string& path, const std::string& body);
+  std::string activity(const std::string& path, const std::string& body);
+  std::string showWindow(const std::string& path, const std::string& body);
 
   TransferQueue* const _queue;
   const Steps _steps;
   httplib::Server _server;
+  int _listener = -1;  // the server's
   std::thread _thread;
 
   static const Route kRoutes[];

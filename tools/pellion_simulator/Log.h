@@ -7,8 +7,9 @@ namespace pellion_simulator {
 
 // The program's own log: one line a call, with the time in front. Safe from every thread.
 
-// Appends to `path`; a file that has grown beyond 1 MiB is first renamed to `path`.1. With
-// `verbose` the lines also go to standard error. Throws FileError.
+// Appends to `path`. Whenever the file has reached 1 MiB, it is renamed to `path`.1, in place of an
+// earlier one, and a new one begun. With `verbose` the lines also go to standard error. Throws
+// FileError.
 void openLog(const std::string& path, bool verbose);
 
 // Bytes that would break the line are written as "?".

@@ -5,9 +5,9 @@
 
 namespace pellion_simulator {
 
-// Keeps web sites from reaching this program past the plugin, through the user's browser: a Host
-// header must name this machine, and so must an Origin. The plugin sends neither. Throws ApiError
-// (403).
+// Keeps web pages from reaching this program past the plugin, through the user's browser: a Host
+// header must name this machine, and there must be no Origin, of this machine's own pages either.
+// The plugin sends neither. Throws ApiError (403).
 void checkRequestIsLocal(const httplib::Request& request);
 
 }  // namespace pellion_simulator

@@ -36,7 +36,16 @@ TEST_F(SimulatorWindows, showsEachAndHidesItAgain) {
 
 TEST_F(SimulatorWindows, savesThePreferences) {
   const test_support::ScriptedServer server(test_support::httpResponse(std::string(100'000, 'x')));
-  auto simulator = start();
+  // What the command line says does not get into the file.
+  const std::string conf = dataPath("etc/orvanepellion.conf");
+  test_support::writeFile(conf, "rate_limit = 9999\n");
+  auto simulator = start({"--rate-limit", "0"});
+  request("GET", "/windows/preferences/", "");
+  user::enter(user::waitForWindow(kPreferences));
+  user::key("alt+s");
+  user::waitForNoWindow(kPreferences);
+  EXPECT_EQ(readFile(conf), "download_directory = \nrate_limit = 9999\n");
+
   request("GET", "/windows/preferences/", "");
   user::enter(user::waitForWindow(kPreferences));
   // The check box by its letter, the amount beside it, and the dialog's default button.
@@ -45,8 +54,7 @@ TEST_F(SimulatorWindows, savesThePreferences) {
   user::type("10");
   user::key("alt+s");
   user::waitForNoWindow(kPreferences);
-  EXPECT_EQ(readFile(dataPath("etc/orvanepellion.conf")),
-            "download_directory = \nrate_limit = 10240\n");
+  EXPECT_EQ(readFile(conf), "download_directory = \nrate_limit = 10240\n");
 
   // It holds at once, and for the next run.
   for (int run = 0; run < 2; ++run) {

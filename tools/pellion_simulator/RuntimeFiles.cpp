@@ -29,6 +29,7 @@ RuntimeFiles::RuntimeFiles(const std::string& home) : _root(joinPath(home, ".orv
     makeDirectories(joinPath(_root, folder), 0700);
   }
   lock();
+  removePublished();
 }
 
 RuntimeFiles::~RuntimeFiles() {
@@ -62,10 +63,14 @@ void RuntimeFiles::publish(int port) {
 
 void RuntimeFiles::withdraw() {
   if (_lock.get() >= 0) {
-    unlink(joinPath(_root, kUriFile).c_str());
-    unlink(joinPath(_root, kPidFile).c_str());
+    removePublished();
     _lock.reset();
   }
+}
+
+void RuntimeFiles::removePublished() const {
+  unlink(joinPath(_root, kUriFile).c_str());
+  unlink(joinPath(_root, kPidFile).c_str());
 }
 
 }  // namespace pellion_simulator

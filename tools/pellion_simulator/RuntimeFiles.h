@@ -16,11 +16,11 @@ class AlreadyRunning : public std::runtime_error {
 
 // The per-user tree ~/.orvane/pellion and what this process publishes there: its address in
 // var/run/http.uri and its process id in var/run/process.pid. A lock file makes the process the
-// only one that does; the kernel drops the lock with the process, so that files left by a killed
-// one do not matter.
+// only one that does; the kernel drops the lock with the process.
 class RuntimeFiles {
  public:
-  // Makes the tree and takes the lock. Throws AlreadyRunning or FileError.
+  // Makes the tree, takes the lock, and removes what a killed copy left. Throws AlreadyRunning or
+  // FileError.
   explicit RuntimeFiles(const std::string& home);
   // Withdraws.
   ~RuntimeFiles();
@@ -37,6 +37,7 @@ class RuntimeFiles {
 
  private:
   void lock();
+  void removePublished() const;
 
   const std::string _root;
   FdGuard _lock;

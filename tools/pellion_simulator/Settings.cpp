@@ -21,6 +21,12 @@ std::string desktopDownloadDirectory() {
   return directory != nullptr ? directory : joinPath(g_get_home_dir(), "Downloads");
 }
 
+bool isWholeNumber(const std::string& text, int64_t* number) {
+  const char* end = text.data() + text.size();
+  const auto [stop, error] = std::from_chars(text.data(), end, *number);
+  return error == std::errc() && stop == end && *number >= 0;
+}
+
 }  // namespace
 
 Settings::Settings(const std::string& path) : _path(path) {
@@ -39,9 +45,7 @@ void Settings::readLine(const std::string& name, const std::string& value) {
   int64_t number = 0;
   if (name == kDownloadDirectory && (value.empty() || value[0] == '/')) {
     _downloadDirectory = value;
-  } else if (name == kRateLimit &&
-             std::from_chars(value.data(), value.data() + value.size(), number).ec == std::errc() &&
-             number >= 0 && number <= kLargestRateLimit) {
+  } else if (name == kRateLimit && isWholeNumber(value, &number) && number <= kLargestRateLimit) {
     _rateLimit = number;
   } else {
     logLine("Preferences: not understood: " + name + kSeparator + value);
@@ -55,20 +59,26 @@ std::string Settings::downloadDirectory() const {
 
 int64_t Settings::rateLimit() const {
   std::lock_guard<std::mutex> lock(_mutex);
-  return _rateLimit;
+  return _ofThisRun.value_or(_rateLimit);
 }
 
 void Settings::setRateLimit(int64_t bytesPerSecond) {
   std::lock_guard<std::mutex> lock(_mutex);
-  _rateLimit = bytesPerSecond;
+  _ofThisRun = bytesPerSecond;
 }
 
-void Settings::save(const std::string& downloadDirectory, int64_t rateLimit) {
+void Settings::save(const std::string& downloadDirectory, std::optional<int64_t> newRateLimit) {
   std::lock_guard<std::mutex> lock(_mutex);
-  _downloadDirectory = downloadDirectory == desktopDownloadDirectory() ? "" : downloadDirectory;
+  const std::string directory =
+      downloadDirectory == desktopDownloadDirectory() ? "" : downloadDirectory;
+  const int64_t rateLimit = newRateLimit.value_or(_rateLimit);
+  writeFileAtomically(_path, kDownloadDirectory + (kSeparator + directory) + "\n" + kRateLimit +
+                                 kSeparator + std::to_string(rateLimit) + "\n");
+  _downloadDirectory = directory;
   _rateLimit = rateLimit;
-  writeFileAtomically(_path, kDownloadDirectory + (kSeparator + _downloadDirectory) + "\n" +
-                                 kRateLimit + kSeparator + std::to_string(_rateLimit) + "\n");
+  if (newRateLimit) {
+    _ofThisRun.reset();
+  }
 }
 
 }  // namespace pellion_simulator

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <mutex>
+#include <optional>
 #include <string>
 
 namespace pellion_simulator {
@@ -24,18 +25,20 @@ class Settings {
   // Bytes per second; 0 is no limit.
   int64_t rateLimit() const;
 
-  // For this run only, unless saved later.
+  // Holds for this run in place of the preferences' one, which stays as it is in the file.
   void setRateLimit(int64_t bytesPerSecond);
-  // Takes effect for files that start from now on, and is written to the file. Throws FileError.
-  void save(const std::string& downloadDirectory, int64_t rateLimit);
+  // Writes the file; only then does it take effect, for files that start from now on. Without a new
+  // rate limit both that of this run and the preferences' stay. Throws FileError.
+  void save(const std::string& downloadDirectory, std::optional<int64_t> newRateLimit);
 
  private:
   void readLine(const std::string& name, const std::string& value);
 
   const std::string _path;
   mutable std::mutex _mutex;
-  std::string _downloadDirectory;  // guarded by _mutex; empty: the desktop's
-  int64_t _rateLimit = 0;          // guarded by _mutex
+  std::string _downloadDirectory;     // guarded by _mutex; empty: the desktop's
+  int64_t _rateLimit = 0;             // guarded by _mutex: the preferences'
+  std::optional<int64_t> _ofThisRun;  // guarded by _mutex: the rate limit in its place
 };
 
 }  // namespace pellion_simulator

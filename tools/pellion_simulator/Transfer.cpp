@@ -49,11 +49,20 @@ int TransferState::percentage() const {
   return all > 0 ? static_cast<int>(std::min<int64_t>(99, written() * 100 / all)) : 0;
 }
 
+namespace {
+
+std::string randomId() {
+  char* text = g_uuid_string_random();
+  std::string id = text;
+  g_free(text);
+  return id;
+}
+
+}  // namespace
+
 Transfer::Transfer(TransferRequest request, std::atomic<uint64_t>* changes)
-    : _request(std::move(request)), _changes(changes) {
-  char* id = g_uuid_string_random();
-  _state.id = id;
-  g_free(id);
+    : _request(std::move(request)), _id(randomId()), _changes(changes) {
+  _state.id = _id;
   _state.appId = _request.appId;
   _state.direction = _request.direction;
   _state.destination = _request.destination;
@@ -72,6 +81,16 @@ TransferState Transfer::state() const {
   TransferState state = _state;
   state.rate = state.isFinished() ? 0 : _meter.rate(RateMeter::Clock::now());
   return state;
+}
+
+bool Transfer::isFinished() const {
+  std::lock_guard<std::mutex> lock(_mutex);
+  return _state.isFinished();
+}
+
+bool Transfer::hasChangedSince(uint64_t count) const {
+  std::lock_guard<std::mutex> lock(_mutex);
+  return _state.changed > count;
 }
 
 bool Transfer::begin() {

@@ -53,6 +53,10 @@ class Transfer {
 
   const TransferRequest& request() const { return _request; }
   TransferState state() const;
+  const std::string& id() const { return _id; }
+  bool isFinished() const;
+  // Whether it changed after this count.
+  bool hasChangedSince(uint64_t count) const;
 
   // False when it has been cancelled before.
   bool begin();
@@ -71,6 +75,7 @@ class Transfer {
   void noteChange();
 
   const TransferRequest _request;
+  const std::string _id;
   std::atomic<uint64_t>* const _changes;
   std::atomic<bool> _cancelled{false};
   mutable std::mutex _mutex;

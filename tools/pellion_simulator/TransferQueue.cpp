@@ -56,9 +56,8 @@ void TransferQueue::forgetOldest() {
   if (_transfers.size() < kMostListed) {
     return;
   }
-  const auto finished =
-      std::find_if(_transfers.begin(), _transfers.end(),
-                   [](const auto& transfer) { return transfer->state().isFinished(); });
+  const auto finished = std::find_if(_transfers.begin(), _transfers.end(),
+                                     [](const auto& transfer) { return transfer->isFinished(); });
   if (finished != _transfers.end()) {
     _transfers.erase(finished);
   }
@@ -74,18 +73,26 @@ TransferQueue::Changes TransferQueue::changesSince(uint64_t count) const {
   }
   const bool ofThisRun = count >= _firstChange && count <= changes.count;
   for (const auto& transfer : transfers) {
-    TransferState state = transfer->state();
-    if (!ofThisRun || state.changed > count) {
-      changes.transfers.push_back(std::move(state));
+    if (!ofThisRun || transfer->hasChangedSince(count)) {
+      changes.transfers.push_back(transfer->state());
     }
   }
   return changes;
 }
 
+std::set<std::string> TransferQueue::ids() const {
+  std::lock_guard<std::mutex> lock(_mutex);
+  std::set<std::string> ids;
+  for (const auto& transfer : _transfers) {
+    ids.insert(transfer->id());
+  }
+  return ids;
+}
+
 bool TransferQueue::cancel(const std::string& id) {
   std::lock_guard<std::mutex> lock(_mutex);
   for (const auto& transfer : _transfers) {
-    if (transfer->state().id == id) {
+    if (transfer->id() == id) {
       transfer->cancel();
       return true;
     }

@@ -6,6 +6,7 @@
 #include <deque>
 #include <memory>
 #include <mutex>
+#include <set>
 #include <string>
 #include <thread>
 #include <vector>
@@ -38,6 +39,8 @@ class TransferQueue {
   // of this run gets everything.
   Changes changesSince(uint64_t count) const;
 
+  // Of all that are listed.
+  std::set<std::string> ids() const;
   // False when there is no such transfer.
   bool cancel(const std::string& id);
   // To be called after the settings have changed.

@@ -85,6 +85,7 @@ void PreferencesWindow::show() {
   const int64_t units = limit > 0 ? std::max<int64_t>(limit / kUnit, 1) : kUsualLimit;
   gtk_spin_button_set_value(GTK_SPIN_BUTTON(_limit), static_cast<double>(units));
   onLimitToggled(nullptr, this);
+  _shownLimit = chosenLimit();
   gtk_window_present(GTK_WINDOW(_window));
 }
 
@@ -101,15 +102,20 @@ void PreferencesWindow::onResponse(GtkDialog*, gint response, gpointer self) {
   }
 }
 
+int64_t PreferencesWindow::chosenLimit() const {
+  const bool limited = gtk_toggle_button_get_active(GTK_TOGGLE_BUTTON(_limited));
+  const auto units = static_cast<int64_t>(gtk_spin_button_get_value(GTK_SPIN_BUTTON(_limit)));
+  return limited ? units * kUnit : 0;
+}
+
 bool PreferencesWindow::save() {
   gtk_spin_button_update(GTK_SPIN_BUTTON(_limit));
   gchar* chosen = gtk_file_chooser_get_filename(GTK_FILE_CHOOSER(_folder));
   const std::string folder = chosen != nullptr ? chosen : _settings->downloadDirectory();
   g_free(chosen);
-  const bool limited = gtk_toggle_button_get_active(GTK_TOGGLE_BUTTON(_limited));
-  const auto units = static_cast<int64_t>(gtk_spin_button_get_value(GTK_SPIN_BUTTON(_limit)));
+  const int64_t limit = chosenLimit();
   try {
-    _settings->save(folder, limited ? units * kUnit : 0);
+    _settings->save(folder, limit == _shownLimit ? std::nullopt : std::make_optional(limit));
   } catch (const std::exception& error) {
     logLine(std::string("Preferences: ") + error.what());
     GtkWidget* message =

@@ -8,7 +8,8 @@
 
 namespace pellion_simulator {
 
-// Where downloads go and how fast everything may be. Main thread only; closing it without saving
+// Where downloads go and how fast everything may be: the limit that holds now, which may be the
+// command line's. Main thread only; closing it without saving
 // changes nothing.
 class PreferencesWindow {
  public:
@@ -26,6 +27,8 @@ class PreferencesWindow {
   static void onLimitToggled(GtkToggleButton*, gpointer self);
   GtkWidget* build();
   bool save();
+  // Bytes per second; 0 is no limit.
+  int64_t chosenLimit() const;
 
   TransferQueue* const _queue;
   Settings* const _settings;
@@ -33,6 +36,7 @@ class PreferencesWindow {
   GtkWidget* const _folder;
   GtkWidget* const _limited;
   GtkWidget* const _limit;
+  int64_t _shownLimit = 0;  // what the user found there: one left alone is not saved
 };
 
 }  // namespace pellion_simulator

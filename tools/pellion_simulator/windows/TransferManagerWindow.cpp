@@ -11,12 +11,6 @@ namespace {
 
 const guint kRefreshMilliseconds = 250;
 
-GtkWidget* separator() {
-  GtkWidget* line = gtk_hseparator_new();
-  gtk_widget_show(line);
-  return line;
-}
-
 }  // namespace
 
 TransferManagerWindow::TransferManagerWindow(TransferQueue* queue, Settings* settings)
@@ -97,11 +91,8 @@ TransferRow* TransferManagerWindow::rowFor(const std::string& id) {
     row = std::make_unique<TransferRow>(
         id, TransferRow::Steps{[this](const std::string& directory) { openFolder(directory); },
                                [this](const std::string& transfer) { _queue->cancel(transfer); }});
-    GtkWidget* line = separator();
-    for (GtkWidget* widget : {line, row->widget()}) {
-      gtk_box_pack_start(GTK_BOX(_list), widget, FALSE, FALSE, 0);
-      gtk_box_reorder_child(GTK_BOX(_list), widget, 0);
-    }
+    gtk_box_pack_start(GTK_BOX(_list), row->widget(), FALSE, FALSE, 0);
+    gtk_box_reorder_child(GTK_BOX(_list), row->widget(), 0);
     gtk_widget_hide(_empty);
   }
   return row.get();
@@ -114,7 +105,22 @@ void TransferManagerWindow::refresh() {
     rowFor(state.id)->update(state);
     _statuses[state.id] = state.status;
   }
+  removeForgotten();
   updateSummary();
+}
+
+// What the queue does not list any more.
+void TransferManagerWindow::removeForgotten() {
+  const std::set<std::string> listed = _queue->ids();
+  for (auto row = _rows.begin(); row != _rows.end() && _rows.size() > listed.size();) {
+    if (listed.count(row->first) > 0) {
+      ++row;
+      continue;
+    }
+    gtk_widget_destroy(row->second->widget());
+    _statuses.erase(row->first);
+    row = _rows.erase(row);
+  }
 }
 
 void TransferManagerWindow::updateSummary() {

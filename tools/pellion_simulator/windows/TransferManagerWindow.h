@@ -13,8 +13,8 @@
 
 namespace pellion_simulator {
 
-// All transfers of this run, the newest on top, with their progress. Main thread only. It looks at
-// the queue four times a second while it is on screen; closing hides it.
+// The transfers that the queue lists, the newest on top, with their progress. Main thread only. It
+// looks at the queue four times a second while it is on screen; closing hides it.
 class TransferManagerWindow {
  public:
   // Both are borrowed and must outlive this.
@@ -31,6 +31,7 @@ class TransferManagerWindow {
   void build();
   void refresh();
   TransferRow* rowFor(const std::string& id);
+  void removeForgotten();
   void updateSummary();
   void openFolder(const std::string& directory);
 

@@ -101,7 +101,7 @@ GtkWidget* centred(GtkWidget* child) {
 TransferRow::TransferRow(const std::string& id, Steps steps)
     : _id(id),
       _steps(std::move(steps)),
-      _row(gtk_hbox_new(FALSE, 12)),
+      _row(gtk_vbox_new(FALSE, 0)),
       _image(gtk_image_new()),
       _name(lineLabel(PANGO_ELLIPSIZE_MIDDLE)),
       _bar(gtk_progress_bar_new()),
@@ -113,11 +113,14 @@ TransferRow::TransferRow(const std::string& id, Steps steps)
   gtk_box_pack_start(GTK_BOX(middle), _name, FALSE, FALSE, 0);
   gtk_box_pack_start(GTK_BOX(middle), _bar, FALSE, FALSE, 0);
   gtk_box_pack_start(GTK_BOX(middle), _detail, FALSE, FALSE, 0);
-  gtk_container_set_border_width(GTK_CONTAINER(_row), 10);
-  gtk_box_pack_start(GTK_BOX(_row), _image, FALSE, FALSE, 0);
-  gtk_box_pack_start(GTK_BOX(_row), middle, TRUE, TRUE, 0);
-  gtk_box_pack_start(GTK_BOX(_row), centred(_cancelButton), FALSE, FALSE, 0);
-  gtk_box_pack_start(GTK_BOX(_row), centred(_openButton), FALSE, FALSE, 0);
+  GtkWidget* content = gtk_hbox_new(FALSE, 12);
+  gtk_container_set_border_width(GTK_CONTAINER(content), 10);
+  gtk_box_pack_start(GTK_BOX(content), _image, FALSE, FALSE, 0);
+  gtk_box_pack_start(GTK_BOX(content), middle, TRUE, TRUE, 0);
+  gtk_box_pack_start(GTK_BOX(content), centred(_cancelButton), FALSE, FALSE, 0);
+  gtk_box_pack_start(GTK_BOX(content), centred(_openButton), FALSE, FALSE, 0);
+  gtk_box_pack_start(GTK_BOX(_row), content, FALSE, FALSE, 0);
+  gtk_box_pack_start(GTK_BOX(_row), gtk_hseparator_new(), FALSE, FALSE, 0);
   g_signal_connect(_openButton, "clicked", G_CALLBACK(onOpenFolder), this);
   g_signal_connect(_cancelButton, "clicked", G_CALLBACK(onCancel), this);
   gtk_widget_show_all(_row);

@@ -21,6 +21,14 @@ using test_support::writeFile;
 using testing::ElementsAre;
 using testing::HasSubstr;
 
+std::string times(int count, const std::string& text) {
+  std::string result;
+  for (int i = 0; i < count; ++i) {
+    result += text;
+  }
+  return result;
+}
+
 class SimulatorDownload : public test_support::SimulatorTest {};
 
 // Every case downloads from `source` to `destination`; "~" stands for the home directory.
@@ -33,9 +41,11 @@ TEST_F(SimulatorDownload, namesTheFile) {
   fs::create_directories(path("folder"));
   fs::create_directories(path(".config"));
   writeFile(path(".config/user-dirs.dirs"), "XDG_DOWNLOAD_DIR=\"$HOME/Files from afar\"\n");
+  const std::string longName = "file://~/" + times(125, "\u00fc") + "l.txt";
+  writeFile(path(longName.substr(9)), "old");
   const auto simulator = start();
   const struct {
-    const char *label, *source, *destination, *result;
+    std::string label, source, destination, result;
   } kCases[] = {
       {"query and fragment", "/data/f.pdf?version=2#top", "", "Files from afar/f.pdf"},
       {"desktop's directory", "/f.txt", "", "Files from afar/f.txt"},
@@ -51,6 +61,7 @@ TEST_F(SimulatorDownload, namesTheFile) {
       {"dots for a name", "/x/%2e%2E/", "file://~/new/", "new/download"},
       {"taken pick", "/f.txt", "file://~/taken", "taken (2)"},
       {"taken twice", "/f.txt", "file://~/taken.tar.gz", "taken.tar (3).gz"},
+      {"taken and too long with a number", "/f.txt", longName, times(123, "\u00fc") + " (2).txt"},
       {"a file of this machine", "file://~/a b%20#?\u00fc&<.txt", "",
        "Files from afar/a b%20#?\u00fc&<.txt"},
   };
@@ -60,7 +71,7 @@ TEST_F(SimulatorDownload, namesTheFile) {
   };
   for (const auto& c : kCases) {
     SCOPED_TRACE(c.label);
-    const std::string source = *c.source == '/' ? urlOf(server, c.source) : fromHome(c.source);
+    const std::string source = c.source[0] == '/' ? urlOf(server, c.source) : fromHome(c.source);
     const Activity activity = waitForEnd(transfer({source}, fromHome(c.destination)));
     EXPECT_EQ(activity.status, "completed") << activity.error;
     EXPECT_EQ(activity.direction, "receive");
@@ -107,8 +118,11 @@ TEST_F(SimulatorDownload, saysWhyItFailedAndLeavesNothing) {
   });
   writeFile(path("file"), "");
   fs::create_directories(path("place"));
+  unsetenv("no_proxy");
+  setenv("NO_PROXY", "255.255.255.255", 1);
+  setenv("http_proxy", urlOf(server, "").c_str(), 1);
   const auto simulator = start({}, 200'000);
-  const std::string place = "file://" + path("place/");
+  const std::string place = "file://" + path("place/"), longName(256, 'n');
   const struct {
     std::string source, destination, error;
   } kCases[] = {
@@ -119,6 +133,9 @@ TEST_F(SimulatorDownload, saysWhyItFailedAndLeavesNothing) {
       {urlOf(server, "/around"), place, "around: Maximum (10) redirects followed"},
       {urlOf(server, "/large"), place, "large: cannot write " + path("place/large") + ": File too"},
       {"http://127.0.0.1:1/f", place, "f: Failed to connect"},
+      {"http://127.0.0.2:1/f", place, "f: Failed to connect"},
+      {"http://255.255.255.255/f", place, "f: Failed to connect"},
+      {urlOf(server, "/missing"), place + longName, "missing: the file's name is too long, 256 b"},
       {"http://a b/f", place, "not a valid address: http://a b/f"},
       {"ovtp://example.org/f", place, "addresses of the kind ovtp:// are not supported"},
       {"report.pdf", place, "neither an absolute path nor an address: report.pdf"},
@@ -148,7 +165,8 @@ TEST_F(SimulatorDownload, readsTransferSpecs) {
       "POST", "/v4/transfers/start",
       R"({"orvane_pellion_settings":{"app_id":"all"},"transfer_specs":[)"
       R"({"transfer_spec":{"direction":"receive","destination_root":"sub","remote_url":")" +
-          base + R"(","paths":[{"source":"/one two"},{"source":"b","destination":"x/c"}]}},)" +
+          base + R"(","paths":[{"source":"/one two"},{"source":"b","destination":"x/c"},)" +
+          R"({"source":"d","destination":"y/"},{"source":"e","destination":"."}]}},)" +
           R"({"orvane_pellion_settings":{"app_id":"own","use_absolute_destination_path":true},)" +
           R"("transfer_spec":{"direction":"receive","destination_root":")" + path("pick.bin") +
           R"(","paths":[{"source":")" + base + R"("}]}}]})");
@@ -158,7 +176,7 @@ TEST_F(SimulatorDownload, readsTransferSpecs) {
     return transfers.size() == 2 && transfers[0].status == "completed" &&
            transfers[1].status == "completed";
   }));
-  EXPECT_THAT(filesBelow("Downloads/sub"), ElementsAre("one two", "x/c"));
+  EXPECT_THAT(filesBelow("Downloads/sub"), ElementsAre("e", "one two", "x/c", "y/d"));
   EXPECT_EQ(readFile(path("pick.bin")), "text");
   EXPECT_THAT(server.requests(), testing::Contains(HasSubstr("GET /base/one%20two HTTP/1.1")));
   // A session sees its own transfers and those without an application id.
@@ -192,7 +210,9 @@ TEST_F(SimulatorDownload, reportsOnlyWhatChanged) {
 
 TEST_F(SimulatorDownload, keepsToTheRateLimitAndShowsProgress) {
   const ScriptedServer server(httpResponse(std::string(30'000, 'x')));
+  writeFile(dataPath("etc/orvanepellion.conf"), "rate_limit = 10 MB\n");
   const auto simulator = start({"--rate-limit", "20000"});
+  EXPECT_THAT(ownLog(), HasSubstr("Preferences: not understood: rate_limit = 10 MB\n"));
   const auto begin = std::chrono::steady_clock::now();
   const std::string id = transfer({urlOf(server, "/slow")}, "");
   Activity seen;

@@ -83,6 +83,18 @@ TEST_F(SimulatorRuntime, exitsOnRequestInTheMiddleOfTransfers) {
   EXPECT_THAT(ownLog(), HasSubstr(": cancelled\n"));
 }
 
+TEST_F(SimulatorRuntime, exitsWhileItLooksForTheFiles) {
+  for (int i = 0; i < 500; ++i) {
+    fs::create_directories(path("tree/" + std::to_string(i)));
+  }
+  const auto simulator = start();
+  transfer(std::vector<std::string>(40'000, path("tree")), path("to/"));
+  ASSERT_TRUE(waitFor([&] { return activity().transfers[0].status == "running"; }));
+  simulator->signal(SIGTERM);
+  EXPECT_EQ(simulator->wait(), 0);
+  EXPECT_THAT(ownLog(), HasSubstr(": cancelled\n"));
+}
+
 TEST_F(SimulatorRuntime, takesARequestThatAnnouncesNoBodyAsOneWithout) {
   const auto simulator = start();
   EXPECT_THAT(exchange("PUT /v4/pellion/version HTTP/1.1\r\n\r\n"), HasSubstr(" 405 "));

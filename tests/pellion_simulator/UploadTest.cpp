@@ -22,6 +22,7 @@ class SimulatorUpload : public test_support::SimulatorTest {
   SimulatorUpload() : _bytes(300'000, 'u') {
     fs::create_directories(path("tree/inner \u00fc"));
     writeFile(path("a b%20#?.bin"), _bytes);
+    fs::create_symlink("circle", path("tree/circle"));
     writeFile(path("tree/one"), "1");
     writeFile(path("tree/inner \u00fc/two"), "22");
   }
@@ -39,6 +40,7 @@ TEST_F(SimulatorUpload, copiesFilesAndDirectories) {
   EXPECT_EQ(activity.expected, 300'003);
   EXPECT_THAT(filesBelow("server"),
               ElementsAre("a b%20#?.bin", "tree/inner \u00fc/two", "tree/one"));
+  EXPECT_THAT(ownLog(), HasSubstr(": " + path("tree/circle") + "\n"));
   EXPECT_EQ(readFile(path("server/a b%20#?.bin")), _bytes);
   EXPECT_EQ(readFile(path("server/tree/inner \u00fc/two")), "22");
 

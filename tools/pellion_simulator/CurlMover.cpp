@@ -66,11 +66,16 @@ class CurlExchange {
   char _error[CURL_ERROR_SIZE] = "";
 };
 
-// A proxy named in the environment is no way to this machine itself.
+// A proxy named in the environment is no way to this machine itself. The list replaces the
+// library's own reading of the environment, which is repeated here: the variable in small letters
+// goes first, and "*" counts only when it stands alone.
 std::string proxyExceptions() {
-  const char* listed = getenv("no_proxy");
-  return std::string(listed != nullptr && *listed != '\0' ? std::string(listed) + "," : "") +
-         "localhost,127.0.0.1,::1";
+  std::string listed;
+  for (const char* name : {"no_proxy", "NO_PROXY"}) {
+    const char* value = listed.empty() ? getenv(name) : nullptr;
+    listed = value != nullptr ? value : listed;
+  }
+  return listed == "*" ? listed : "localhost,127.0.0.0/8,0.0.0.0,::1,::," + listed;
 }
 
 CurlExchange::CurlExchange(const std::string& url, MoveProgress* progress)

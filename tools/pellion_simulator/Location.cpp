@@ -95,8 +95,8 @@ size_t Location::endOfPath() const {
   return _local ? _text.size() : std::min(_text.find_first_of("?#"), _text.size());
 }
 
-bool Location::endsInSlash() const {
-  return _text[endOfPath() - 1] == '/';
+bool Location::namesDirectory() const {
+  return pellion_simulator::namesDirectory(_text.substr(0, endOfPath()));
 }
 
 std::string Location::fileName() const {
@@ -125,6 +125,11 @@ Location Location::below(const std::string& name) const {
 std::string percentEncodePath(const std::string& path) {
   const std::unique_ptr<char, GFree> encoded(g_uri_escape_string(path.c_str(), "/", FALSE));
   return encoded.get();
+}
+
+bool namesDirectory(const std::string& path) {
+  const std::string last = path.substr(path.rfind('/') + 1);
+  return last.empty() || last == "." || last == "..";
 }
 
 bool climbsOut(const std::string& relativePath) {

@@ -21,7 +21,8 @@ class Location {
   bool isHttp() const;
   // The path, or the address ready for use.
   const std::string& text() const { return _text; }
-  bool endsInSlash() const;
+  // Whether it can only mean a directory: it ends in "/", "/." or "/..".
+  bool namesDirectory() const;
   // The last part of the path, fit to be a file name ("download" when there is none).
   std::string fileName() const;
   // What lies below: `name` may hold "/" and is taken as it stands.
@@ -38,6 +39,9 @@ class Location {
 
 // Every byte that is not safe in an address's path; "/" stays.
 std::string percentEncodePath(const std::string& path);
+
+// Whether a path can only mean a directory, by its last part: "a/", ".", "a/..".
+bool namesDirectory(const std::string& path);
 
 // Whether a relative path would leave the directory that it is taken below.
 bool climbsOut(const std::string& relativePath);

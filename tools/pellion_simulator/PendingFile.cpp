@@ -4,7 +4,9 @@
 #include <glib.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <climits>
 #include <cstdio>
 
 namespace pellion_simulator {
@@ -29,14 +31,34 @@ FdGuard createTemporary(const std::string& directory, std::string* path) {
   }
 }
 
-std::string numbered(const std::string& path, int number) {
-  if (number == 1) {
-    return path;
+// How long the name of a file in this directory may be, in bytes.
+size_t longestNameIn(const std::string& directory) {
+  const long name = pathconf(directory.c_str(), _PC_NAME_MAX);
+  const size_t path = PATH_MAX - 1 - std::min<size_t>(directory.size() + 1, PATH_MAX - 1);
+  return std::min(path, name > 0 ? static_cast<size_t>(name) : NAME_MAX);
+}
+
+// At most `size` bytes of it, and no character of UTF-8 in two.
+std::string startOf(const std::string& text, size_t size) {
+  while (size > 0 && size < text.size() &&
+         (static_cast<unsigned char>(text[size]) & 0xc0) == 0x80) {
+    --size;
   }
-  const size_t name = path.rfind('/') + 1;
-  const size_t dot = path.rfind('.');
-  const size_t end = dot == std::string::npos || dot <= name ? path.size() : dot;
-  return path.substr(0, end) + " (" + std::to_string(number) + ")" + path.substr(end);
+  return text.substr(0, size);
+}
+
+// "name.ext" becomes "name (2).ext". A name for which that is too long loses its end, and one that
+// is nearly all extension loses that.
+std::string numbered(const std::string& name, int number, size_t longest) {
+  const std::string mark = number == 1 ? "" : " (" + std::to_string(number) + ")";
+  const size_t dot = name.rfind('.');
+  std::string extension = dot == std::string::npos || dot == 0 ? "" : name.substr(dot);
+  const std::string stem = name.substr(0, name.size() - extension.size());
+  if (mark.size() + extension.size() >= longest) {
+    extension.clear();
+  }
+  const size_t taken = std::min(mark.size() + extension.size(), longest);
+  return startOf(stem, longest - taken) + mark + extension;
 }
 
 // 0, or the error number; EEXIST when `to` is taken.
@@ -47,20 +69,29 @@ int renameIfFree(const std::string& from, const std::string& to) {
   if (errno != EINVAL && errno != ENOSYS) {
     return errno;
   }
-  // The file system cannot do it in one step; a hard link does not replace a file either.
-  if (link(from.c_str(), to.c_str()) != 0) {
+  // The file system cannot do it in one step: an empty file takes the name, then makes way.
+  if (FdGuard(open(to.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666)).get() < 0) {
     return errno;
   }
-  unlink(from.c_str());
+  if (rename(from.c_str(), to.c_str()) != 0) {
+    const int error = errno;
+    unlink(to.c_str());
+    return error;
+  }
   return 0;
 }
 
 }  // namespace
 
-PendingFile::PendingFile(const std::string& path) : _path(path) {
-  const std::string directory = directoryOf(path);
-  makeDirectories(directory, 0777);
-  _fd = createTemporary(directory, &_temporary);
+PendingFile::PendingFile(const std::string& path)
+    : _path(path), _directory(directoryOf(path)), _name(path.substr(path.rfind('/') + 1)) {
+  makeDirectories(_directory, 0777);
+  _longestName = longestNameIn(_directory);
+  if (_name.size() > _longestName) {
+    throw std::runtime_error("the file's name is too long, " + std::to_string(_name.size()) +
+                             " bytes; here it may have " + std::to_string(_longestName));
+  }
+  _fd = createTemporary(_directory, &_temporary);
 }
 
 PendingFile::~PendingFile() {
@@ -76,7 +107,7 @@ void PendingFile::write(const char* data, size_t size) {
 std::string PendingFile::publish() {
   int error = _fd.reset();
   for (int number = 1; error == 0 && number <= kLargestNumber; ++number) {
-    std::string path = numbered(_path, number);
+    std::string path = joinPath(_directory, numbered(_name, number, _longestName));
     error = renameIfFree(_temporary, path);
     if (error == 0) {
       _temporary.clear();

@@ -11,7 +11,8 @@ namespace pellion_simulator {
 // whole. One that is never published vanishes with the object.
 class PendingFile {
  public:
-  // Makes missing directories above `path`. Throws FileError.
+  // Makes missing directories above `path`, an absolute one. Throws FileError, or a runtime error
+  // when the name is too long.
   explicit PendingFile(const std::string& path);
   ~PendingFile();
   PendingFile(const PendingFile&) = delete;
@@ -20,13 +21,17 @@ class PendingFile {
   // Throws FileError.
   void write(const char* data, size_t size);
 
-  // Gives the file its name, or "name (2).ext", "name (3).ext"... when that is taken; nothing is
-  // ever overwritten. Returns the path it got. Throws FileError.
+  // Gives the file its name, or "name (2).ext", "name (3).ext"... when that is taken (a long
+  // name is shortened for that); nothing is ever overwritten. Returns the path it got. Throws
+  // FileError.
   std::string publish();
 
  private:
   const std::string _path;
-  std::string _temporary;  // empty once published
+  const std::string _directory;
+  const std::string _name;
+  size_t _longestName = 0;  // bytes
+  std::string _temporary;   // empty once published
   FdGuard _fd;
 };
 

@@ -51,9 +51,14 @@ void runTransfer(Transfer* transfer, const std::string& downloadDirectory, RateL
   if (!transfer->begin()) {
     return;
   }
-  const std::string title = "Transfer " + transfer->state().id + ": ";
+  const std::string title = "Transfer " + transfer->id() + ": ";
   try {
-    const std::vector<PlannedFile> plan = planTransfer(transfer->request(), downloadDirectory);
+    const std::vector<PlannedFile> plan =
+        planTransfer(transfer->request(), downloadDirectory, [transfer] {
+          if (transfer->isCancelled()) {
+            throw MoveCancelled();
+          }
+        });
     transfer->setFiles(listFiles(plan));
     moveAll(plan, transfer, limiter);
     transfer->finish(TransferStatus::eCompleted);

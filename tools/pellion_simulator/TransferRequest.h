@@ -10,7 +10,9 @@ enum class Direction { eReceive, eSend };
 
 struct RequestedPath {
   std::string source;
-  std::string name;  // wanted name below the destination, may hold "/"; empty: the source's own
+  // The wanted name below the destination. It may hold "/"; one that can only be a directory's, as
+  // "sub/" and ".", means the source's own name there, and so does none.
+  std::string name;
 };
 
 // What a client asks to be moved, checked for its form but not yet against files and servers.

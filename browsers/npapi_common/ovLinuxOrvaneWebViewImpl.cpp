@@ -11,6 +11,12 @@
 #include "ovlib/ovlog.h"
 #include "pellion_icon.h"
 
+using Pellion::Web::GErrorPtr;
+using Pellion::Web::GFreePtr;
+using Pellion::Web::GObjectRef;
+using Pellion::Web::GStrvPtr;
+using Pellion::Web::ownToplevel;
+
 namespace {
 
 // Magic, length, pixel type, row stride, width and height, then the pixels, then a zero byte.
@@ -20,32 +26,29 @@ const GtkTargetEntry kDropTargets[] = {{const_cast<gchar*>("text/uri-list"), 0, 
 
 void setDefaultIcon() {
   G_GNUC_BEGIN_IGNORE_DEPRECATIONS
-  GdkPixbuf* icon = gdk_pixbuf_new_from_inline(sizeof(PELLION_ICON), PELLION_ICON, FALSE, nullptr);
+  const GObjectRef<GdkPixbuf> icon(
+      gdk_pixbuf_new_from_inline(sizeof(PELLION_ICON), PELLION_ICON, FALSE, nullptr));
   G_GNUC_END_IGNORE_DEPRECATIONS
-  if (icon != nullptr) {
-    gtk_window_set_default_icon(icon);
-    g_object_unref(icon);
+  if (icon) {
+    gtk_window_set_default_icon(icon.get());
   }
 }
 
-// The picture in `bytes`, which the caller releases; null, with a log line, when there is none.
-GdkPixbuf* loadPixbuf(const void* bytes, size_t length) {
-  GdkPixbufLoader* loader = gdk_pixbuf_loader_new();
-  GdkPixbuf* pixbuf = nullptr;
-  if (!gdk_pixbuf_loader_write(loader, static_cast<const guchar*>(bytes), length, nullptr)) {
+// The picture in `bytes`; null, with a log line, when there is none.
+GObjectRef<GdkPixbuf> loadPixbuf(const void* bytes, size_t length) {
+  const GObjectRef<GdkPixbufLoader> loader(gdk_pixbuf_loader_new());
+  if (!gdk_pixbuf_loader_write(loader.get(), static_cast<const guchar*>(bytes), length, nullptr)) {
     ov_log("ERROR: Unable to write image data to loader.");
-    gdk_pixbuf_loader_close(loader, nullptr);
-  } else {
-    gdk_pixbuf_loader_close(loader, nullptr);
-    pixbuf = gdk_pixbuf_loader_get_pixbuf(loader);
-    if (pixbuf == nullptr) {
-      ov_log("ERROR: Unable to load pixbuf from image.");
-    } else {
-      g_object_ref(pixbuf);
-    }
+    gdk_pixbuf_loader_close(loader.get(), nullptr);
+    return nullptr;
   }
-  g_object_unref(loader);
-  return pixbuf;
+  gdk_pixbuf_loader_close(loader.get(), nullptr);
+  GdkPixbuf* pixbuf = gdk_pixbuf_loader_get_pixbuf(loader.get());
+  if (pixbuf == nullptr) {
+    ov_log("ERROR: Unable to load pixbuf from image.");
+    return nullptr;
+  }
+  return GObjectRef<GdkPixbuf>(GDK_PIXBUF(g_object_ref(pixbuf)));
 }
 
 bool isDirectory(const std::string& path) {
@@ -53,20 +56,16 @@ bool isDirectory(const std::string& path) {
   return ov_file_stat(path.c_str(), &status) == 0 && status.kind == OV_FILE_DIRECTORY;
 }
 
-// The dropped URIs, which the caller frees; null when the data is of another kind.
-gchar** takeUris(GtkSelectionData* data, guint info) {
+// The dropped URIs; null when the data is of another kind.
+GStrvPtr takeUris(GtkSelectionData* data, guint info) {
   if (data == nullptr || gtk_selection_data_get_length(data) < 0 ||
       gtk_selection_data_get_format(data) != 8 || info != 0) {
     return nullptr;
   }
-  return gtk_selection_data_get_uris(data);
+  return GStrvPtr(gtk_selection_data_get_uris(data));
 }
 
 }  // namespace
-
-ovLinuxOrvaneWebViewImpl::~ovLinuxOrvaneWebViewImpl() {
-  destroyWidgets();
-}
 
 bool ovLinuxOrvaneWebViewImpl::init(NPWindow* window, NPP /*instance*/, bool enableDrop,
                                     bool allowDirectories, bool allowMultiple) {
@@ -94,77 +93,64 @@ bool ovLinuxOrvaneWebViewImpl::init(NPWindow* window, NPP /*instance*/, bool ena
 }
 
 void ovLinuxOrvaneWebViewImpl::buildWidgets() {
-  destroyWidgets();
-  _windowPlug = gtk_plug_new(static_cast<GdkNativeWindow>(mWindow));
-  g_object_ref(_windowPlug);
-  _labelWidget = gtk_label_new("Drag Files Here");
-  gtk_container_add(GTK_CONTAINER(_windowPlug), _labelWidget);
-  gtk_widget_show(_labelWidget);
-  gtk_widget_show(_windowPlug);
-  if (_enableDrop) {
-    ov_log("Drag-n-Drop enabled");
-    makeDropDestination(_labelWidget);
-  }
+  _windowPlug.reset();
+  _windowPlug = ownToplevel(gtk_plug_new(static_cast<GdkNativeWindow>(mWindow)));
+  showInPlug(gtk_label_new("Drag Files Here"));
+  makeDropDestination();
 }
 
-void ovLinuxOrvaneWebViewImpl::destroyWidgets() {
-  if (_windowPlug != nullptr) {
-    gtk_widget_destroy(_windowPlug);
-    g_object_unref(_windowPlug);
-    _windowPlug = nullptr;
-    _labelWidget = nullptr;
-  }
+void ovLinuxOrvaneWebViewImpl::showInPlug(GtkWidget* widget) {
+  _labelWidget = widget;
+  gtk_container_add(GTK_CONTAINER(_windowPlug.get()), widget);
+  gtk_widget_show(widget);
+  gtk_widget_show(_windowPlug.get());
 }
 
-void ovLinuxOrvaneWebViewImpl::makeDropDestination(GtkWidget* widget) {
-  gtk_drag_dest_set(widget, GTK_DEST_DEFAULT_ALL, kDropTargets, G_N_ELEMENTS(kDropTargets),
+void ovLinuxOrvaneWebViewImpl::makeDropDestination() {
+  if (!_enableDrop) {
+    return;
+  }
+  ov_log("Drag-n-Drop enabled");
+  gtk_drag_dest_set(_labelWidget, GTK_DEST_DEFAULT_ALL, kDropTargets, G_N_ELEMENTS(kDropTargets),
                     GDK_ACTION_COPY);
-  g_signal_connect(widget, "drag-data-received", G_CALLBACK(drag_data_received), this);
+  g_signal_connect(_labelWidget, "drag-data-received", G_CALLBACK(drag_data_received), this);
 }
 
 void ovLinuxOrvaneWebViewImpl::setImage(const void* bytes, size_t length) {
-  if (bytes == nullptr || length == 0 || _windowPlug == nullptr) {
+  if (bytes == nullptr || length == 0) {
     return;
   }
-  GdkPixbuf* pixbuf = loadPixbuf(bytes, length);
-  if (pixbuf == nullptr) {
-    return;
-  }
+  const GObjectRef<GdkPixbuf> pixbuf = loadPixbuf(bytes, length);
   // The browser may have closed the window already, and with it the plug's child.
-  GtkWidget* child = gtk_bin_get_child(GTK_BIN(_windowPlug));
-  if (child != nullptr) {
-    // Removed alone, a label that a drop is on its way to would live on and call this object, which
-    // may be gone by then.
-    gtk_widget_destroy(child);
-    _labelWidget = gtk_image_new_from_pixbuf(pixbuf);
-    gtk_container_add(GTK_CONTAINER(_windowPlug), _labelWidget);
-    gtk_widget_show(_labelWidget);
-    gtk_widget_show(_windowPlug);
-    gtk_widget_queue_resize(_windowPlug);
-    if (_enableDrop) {
-      makeDropDestination(_labelWidget);
-    }
+  GtkWidget* child =
+      pixbuf && _windowPlug ? gtk_bin_get_child(GTK_BIN(_windowPlug.get())) : nullptr;
+  if (child == nullptr) {
+    return;
   }
-  g_object_unref(pixbuf);
+  // Removed alone, a label that a drop is on its way to would live on and call this object, which
+  // may be gone by then.
+  gtk_widget_destroy(child);
+  showInPlug(gtk_image_new_from_pixbuf(pixbuf.get()));
+  gtk_widget_queue_resize(_windowPlug.get());
+  makeDropDestination();
 }
 
 bool ovLinuxOrvaneWebViewImpl::collectPath(const gchar* uri,
                                            std::vector<std::string>& paths) const {
-  gchar* hostname = nullptr;
-  GError* error = nullptr;
-  gchar* filename = g_filename_from_uri(uri, &hostname, &error);
-  if (filename == nullptr) {
+  gchar* uriHost = nullptr;
+  GError* uriError = nullptr;
+  const GFreePtr<gchar> filename(g_filename_from_uri(uri, &uriHost, &uriError));
+  const GFreePtr<gchar> hostname(uriHost);
+  const GErrorPtr error(uriError);
+  if (!filename) {
     ov_log("Failed to convert URI to filename: %s (%u)", error->message,
            static_cast<unsigned>(error->code));
-    g_error_free(error);
     return false;
   }
-  const std::string path(filename);
-  g_free(filename);
+  const std::string path(filename.get());
   ov_log("File dropped: %s", path.c_str());
-  if (hostname != nullptr) {
-    ov_log("URI hostname: %s", hostname);
-    g_free(hostname);
+  if (hostname) {
+    ov_log("URI hostname: %s", hostname.get());
   }
   if (!_allowDirectories && isDirectory(path)) {
     ov_log("Directory drops disabled. Ignoring drop.");
@@ -193,11 +179,10 @@ void ovLinuxOrvaneWebViewImpl::drag_data_received(GtkWidget* /*widget*/, GdkDrag
                                                   gint /*x*/, gint /*y*/, GtkSelectionData* data,
                                                   guint info, guint time, gpointer self) {
   ov_trace("ovLinuxOrvaneWebViewImpl::drag_data_received_hand1()");
-  gchar** uris = takeUris(data, info);
+  const GStrvPtr uris = takeUris(data, info);
   const bool accepted = CBoundary::call("Error handling drop", false, [&] {
-    return uris != nullptr && static_cast<ovLinuxOrvaneWebViewImpl*>(self)->drop(uris);
+    return uris && static_cast<ovLinuxOrvaneWebViewImpl*>(self)->drop(uris.get());
   });
-  g_strfreev(uris);
   gtk_drag_finish(context, accepted ? TRUE : FALSE, FALSE, time);
   if (!accepted && data != nullptr) {
     // GTK's default drop behaviour finishes the drag once more, with success unless there is no

@@ -7,15 +7,13 @@
 #include <vector>
 
 #include "browsers/npapi_common/ovIOrvaneWebViewImpl.h"
+#include "os/src/GlibGuards.h"
 
 // The drop area as GTK widgets: a plug in the browser's window that holds a label, later the page's
 // picture, and takes "text/uri-list" drops. Every drop is checked as a whole: one bad item refuses
 // it.
 class ovLinuxOrvaneWebViewImpl : public ovIOrvaneWebViewImpl {
  public:
-  ovLinuxOrvaneWebViewImpl() = default;
-  ~ovLinuxOrvaneWebViewImpl() override;
-
   bool init(NPWindow* window, NPP instance, bool enableDrop, bool allowDirectories,
             bool allowMultiple) override;
   bool fini() override { return true; }
@@ -30,8 +28,9 @@ class ovLinuxOrvaneWebViewImpl : public ovIOrvaneWebViewImpl {
 
   void draw() {}
   void buildWidgets();
-  void destroyWidgets();
-  void makeDropDestination(GtkWidget* widget);
+  void showInPlug(GtkWidget* widget);
+  // Makes the plug's child the place for drops, if they are enabled.
+  void makeDropDestination();
   // Checks a drop and hands it to the delegate, which may destroy the view; false when it is
   // refused.
   bool drop(gchar** uris);
@@ -48,9 +47,9 @@ class ovLinuxOrvaneWebViewImpl : public ovIOrvaneWebViewImpl {
   int32_t mY = 0;
   uint32_t mWidth = 0;
   uint32_t mHeight = 0;
-  unsigned long mWindow = 0;          // X11 window id
-  void* mDisplay = nullptr;           // the browser's X display, borrowed
-  GtkWidget* _windowPlug = nullptr;   // one reference held
+  unsigned long mWindow = 0;  // X11 window id
+  void* mDisplay = nullptr;   // the browser's X display, borrowed
+  Pellion::Web::OwnedToplevel _windowPlug;
   GtkWidget* _labelWidget = nullptr;  // the plug's child
 };
 

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <stdexcept>
 
+#include "os/src/GlibGuards.h"
 #include "plugin/src/Constants.h"
 #include "plugin/src/Json.h"
 
@@ -60,12 +61,13 @@ void gtk_file_chooser_add_filetypes(GtkFileChooser* chooser,
     if (type._extensions.empty() || type._filterName.empty()) {
       continue;
     }
-    GtkFileFilter* filter = gtk_file_filter_new();
-    gtk_file_filter_set_name(filter, toValidUtf8(type._filterName).c_str());
+    GtkFileFilter* made = gtk_file_filter_new();
+    const GObjectRef<GtkFileFilter> filter(GTK_FILE_FILTER(g_object_ref_sink(made)));
+    gtk_file_filter_set_name(filter.get(), toValidUtf8(type._filterName).c_str());
     for (const std::string& extension : type._extensions) {
-      gtk_file_filter_add_pattern(filter, toValidUtf8("*." + extension).c_str());
+      gtk_file_filter_add_pattern(filter.get(), toValidUtf8("*." + extension).c_str());
     }
-    gtk_file_chooser_add_filter(chooser, filter);
+    gtk_file_chooser_add_filter(chooser, filter.get());
   }
 }
 
@@ -80,10 +82,8 @@ int findExtension(const std::vector<FileType>& fileTypes, const std::string& ext
 }
 
 std::string toValidUtf8(const std::string& text) {
-  gchar* valid = g_utf8_make_valid(text.c_str(), -1);
-  std::string result(valid);
-  g_free(valid);
-  return result;
+  const GFreePtr<gchar> valid(g_utf8_make_valid(text.c_str(), -1));
+  return valid.get();
 }
 
 }  // namespace Pellion::Web::DialogUtils

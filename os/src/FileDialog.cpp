@@ -18,20 +18,11 @@ constexpr int kTimedShowTimeout = 43;
 
 }  // namespace
 
-FileDialog::~FileDialog() {
-  _impl.reset();
-  if (_plug != nullptr) {
-    gtk_widget_destroy(_plug);
-    g_object_unref(_plug);
-  }
-}
-
 bool FileDialog::init(const std::string& /*display*/) {
   if (ensureGtkInitialised()) {
-    _plug = gtk_plug_new(static_cast<GdkNativeWindow>(_parent));
-    g_object_ref(_plug);
+    _plug = ownToplevel(gtk_plug_new(static_cast<GdkNativeWindow>(_parent)));
   }
-  _impl = createImpl(_plug != nullptr ? GTK_WINDOW(_plug) : nullptr);
+  _impl = createImpl(_plug ? GTK_WINDOW(_plug.get()) : nullptr);
   return true;
 }
 

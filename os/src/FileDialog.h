@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "os/src/GlibGuards.h"
 #include "os/src/IDialogImpl.h"
 #include "plugin/src/Runnable.h"
 
@@ -18,8 +19,6 @@ namespace Pellion::Web {
 // first, then either show() (blocking) or run() (posted), once.
 class FileDialog : public Runnable {
  public:
-  ~FileDialog() override;
-
   // Makes the chooser's parent and implementation. `display` is not used. Returns true.
   bool init(const std::string& display);
 
@@ -53,10 +52,10 @@ class FileDialog : public Runnable {
 
   void showHelper(bool timed);
 
+  OwnedToplevel _plug;  // the chooser's parent window, which outlives it
   std::unique_ptr<IDialogImpl> _impl;
   std::atomic<bool> _interrupted{false};
   const unsigned long _parent;
-  GtkWidget* _plug = nullptr;  // the chooser's parent window; owned
   std::string _resultText;
   std::vector<std::string> _selectedPaths;
   const std::string _title;

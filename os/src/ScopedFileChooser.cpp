@@ -8,20 +8,22 @@
 
 namespace Pellion::Web {
 
+namespace {
+
+struct FreeNames {
+  void operator()(GSList* names) const { g_slist_free_full(names, g_free); }
+};
+
+}  // namespace
+
 ScopedFileChooser::ScopedFileChooser(const std::string& title, GtkWindow* parent,
                                      GtkFileChooserAction action, const char* acceptButton) {
   if (!ensureGtkInitialised()) {
     throw std::runtime_error("No display");
   }
-  _dialog = gtk_file_chooser_dialog_new(DialogUtils::toValidUtf8(title).c_str(), parent, action,
-                                        "gtk-cancel", GTK_RESPONSE_CANCEL, acceptButton,
-                                        GTK_RESPONSE_ACCEPT, nullptr);
-  g_object_ref(_dialog);
-}
-
-ScopedFileChooser::~ScopedFileChooser() {
-  gtk_widget_destroy(_dialog);
-  g_object_unref(_dialog);
+  _dialog = ownToplevel(gtk_file_chooser_dialog_new(DialogUtils::toValidUtf8(title).c_str(), parent,
+                                                    action, "gtk-cancel", GTK_RESPONSE_CANCEL,
+                                                    acceptButton, GTK_RESPONSE_ACCEPT, nullptr));
 }
 
 void ScopedFileChooser::addFileTypes(const std::string& fileTypes) {
@@ -30,14 +32,13 @@ void ScopedFileChooser::addFileTypes(const std::string& fileTypes) {
 
 std::vector<std::string> ScopedFileChooser::run() {
   std::vector<std::string> paths;
-  if (gtk_dialog_run(GTK_DIALOG(_dialog)) != GTK_RESPONSE_ACCEPT) {
+  if (gtk_dialog_run(GTK_DIALOG(_dialog.get())) != GTK_RESPONSE_ACCEPT) {
     return paths;
   }
-  GSList* names = gtk_file_chooser_get_filenames(get());
-  for (GSList* name = names; name != nullptr; name = name->next) {
+  const std::unique_ptr<GSList, FreeNames> names(gtk_file_chooser_get_filenames(get()));
+  for (const GSList* name = names.get(); name != nullptr; name = name->next) {
     paths.emplace_back(static_cast<const char*>(name->data));
   }
-  g_slist_free_full(names, g_free);
   return paths;
 }
 

@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "os/src/GlibGuards.h"
+
 namespace Pellion::Web {
 
 // Owns one GTK file chooser dialog from its making to its end, whatever is thrown in between.
@@ -14,11 +16,10 @@ class ScopedFileChooser {
   // `acceptButton` is a stock id. Throws a runtime error without a display.
   ScopedFileChooser(const std::string& title, GtkWindow* parent, GtkFileChooserAction action,
                     const char* acceptButton);
-  ~ScopedFileChooser();
   ScopedFileChooser(const ScopedFileChooser&) = delete;
   ScopedFileChooser& operator=(const ScopedFileChooser&) = delete;
 
-  GtkFileChooser* get() const { return GTK_FILE_CHOOSER(_dialog); }
+  GtkFileChooser* get() const { return GTK_FILE_CHOOSER(_dialog.get()); }
 
   // Adds the filters of the page's JSON list. Throws a runtime error when it is malformed.
   void addFileTypes(const std::string& fileTypes);
@@ -27,7 +28,7 @@ class ScopedFileChooser {
   std::vector<std::string> run();
 
  private:
-  GtkWidget* _dialog;
+  OwnedToplevel _dialog;
 };
 
 }  // namespace Pellion::Web

@@ -204,6 +204,8 @@ TEST_F(DropView, showsThePictureAndTakesDropsOnIt) {
   }
   EXPECT_EQ(drop({"a.txt"}), "accepted");
   EXPECT_EQ(_delegate.drops.size(), 1u);
+  EXPECT_TRUE(logged({"Drag-n-Drop enabled", "Last message repeated 2 times"}))
+      << "by two pictures";
 }
 
 TEST_F(DropView, keepsTheLabelWithoutAWholePicture) {
@@ -240,7 +242,9 @@ TEST_F(DropView, givesAllWindowsTheIcon) {
   g_list_free(icons);
 }
 
-TEST(DropViewWithoutScreen, buildsNothing) {
+using DropViewWithoutScreen = PluginSandbox;
+
+TEST_F(DropViewWithoutScreen, buildsNothing) {
   unsetenv("DISPLAY");
   ovOrvaneWebView view;
   NPWindow window = {};
@@ -248,6 +252,7 @@ TEST(DropViewWithoutScreen, buildsNothing) {
   EXPECT_TRUE(view.init(&window, nullptr, true, true, true));
   EXPECT_FALSE(view.init(nullptr, nullptr, true, true, true));
   view.setImage("x", 1);
+  EXPECT_EQ(logLines("LOG ERROR: Unable to load pixbuf from image.").size(), 1u);
   EXPECT_EQ(view.handleEvent(nullptr), 0);
 }
 

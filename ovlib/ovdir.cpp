@@ -38,7 +38,7 @@ int ov_dir_open(ov_dir_t* dir, const char* path) {
     return OV_EINVAL;
   }
   dir->handle = opendir(path);
-  return dir->handle == nullptr ? errno : OV_OK;
+  return ov_errno_result(dir->handle != nullptr ? 0 : -1);
 }
 
 int ov_dir_next(ov_dir_t* dir, char* name, size_t size) {
@@ -57,7 +57,7 @@ int ov_dir_close(ov_dir_t* dir) {
   if (dir == nullptr || dir->handle == nullptr) {
     return OV_EINVAL;
   }
-  const int result = closedir(dir->handle) == 0 ? OV_OK : errno;
+  const int result = ov_errno_result(closedir(dir->handle));
   dir->handle = nullptr;
   return result;
 }

@@ -1,6 +1,8 @@
 #ifndef OVLIB_OVERRNO_H_
 #define OVLIB_OVERRNO_H_
 
+#include <cerrno>
+
 // Error numbers of the portability library. Every function of the library returns OV_OK or one of
 // these; conditions of the system keep the Linux errno values, the library's own start at 28672.
 enum e_overrno {
@@ -62,6 +64,11 @@ enum e_overrno {
   OV_EBADPATHNAME,
   OV_ELIBRARY_END  // One past the last of the library's own numbers.
 };
+
+// What a system call has come to that answers 0 for success, or sets errno.
+inline int ov_errno_result(int call) {
+  return call == 0 ? static_cast<int>(OV_OK) : errno;
+}
 
 // The text of one of the library's own numbers; null for any other number.
 const char* ov_errno_library_text(int code);

@@ -13,16 +13,12 @@
 
 namespace {
 
-int resultOf(int call) {
-  return call == 0 ? OV_OK : errno;
-}
-
 int openFile(ov_file_t* file, const char* path, int flags, unsigned mode) {
   if (file == nullptr || path == nullptr) {
     return OV_EINVAL;
   }
   *file = open(path, flags | O_CLOEXEC, mode);
-  return *file == -1 ? errno : OV_OK;
+  return ov_errno_result(*file == -1 ? -1 : 0);
 }
 
 void storeCount(size_t* count, ssize_t transferred) {
@@ -98,27 +94,27 @@ int ov_file_write(ov_file_t file, const void* buffer, size_t size, size_t* count
 }
 
 int ov_file_flush(ov_file_t file) {
-  return file == -1 ? static_cast<int>(OV_EINVAL) : resultOf(fdatasync(file));
+  return file == -1 ? static_cast<int>(OV_EINVAL) : ov_errno_result(fdatasync(file));
 }
 
 int ov_file_close(ov_file_t* file) {
   if (file == nullptr) {
     return OV_EINVAL;
   }
-  const int result = resultOf(close(*file));
+  const int result = ov_errno_result(close(*file));
   *file = -1;
   return result;
 }
 
 int ov_file_delete(const char* path) {
-  return path == nullptr ? static_cast<int>(OV_EINVAL) : resultOf(unlink(path));
+  return path == nullptr ? static_cast<int>(OV_EINVAL) : ov_errno_result(unlink(path));
 }
 
 int ov_file_hardlink(const char* existing, const char* link_name) {
   if (existing == nullptr || link_name == nullptr) {
     return OV_EINVAL;
   }
-  return resultOf(link(existing, link_name));
+  return ov_errno_result(link(existing, link_name));
 }
 
 int ov_file_stat(const char* path, ov_file_status* status) {
@@ -126,11 +122,11 @@ int ov_file_stat(const char* path, ov_file_status* status) {
   if (path == nullptr || status == nullptr) {
     return OV_EINVAL;
   }
-  if (stat(path, &found) != 0) {
-    return errno;
+  const int result = ov_errno_result(stat(path, &found));
+  if (result == OV_OK) {
+    fillStatus(found, status);
   }
-  fillStatus(found, status);
-  return OV_OK;
+  return result;
 }
 
 int ov_file_fstat(ov_file_t file, ov_file_status* status) {
@@ -138,11 +134,11 @@ int ov_file_fstat(ov_file_t file, ov_file_status* status) {
   if (status == nullptr) {
     return OV_EINVAL;
   }
-  if (fstat(file, &found) != 0) {
-    return errno;
+  const int result = ov_errno_result(fstat(file, &found));
+  if (result == OV_OK) {
+    fillStatus(found, status);
   }
-  fillStatus(found, status);
-  return OV_OK;
+  return result;
 }
 
 int ov_file_size(ov_file_t file, uint64_t* size) {

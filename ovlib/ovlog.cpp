@@ -122,6 +122,7 @@ int ov_log_cleanup() {
     logtype = OV_LOG_NONE;
     stopSystemLog();
   } else if (logtype == OV_LOG_FILE) {
+    // Deliberate: repeats that no line has told of yet are not written.
     closeRing();
     logtype = OV_LOG_NONE;
   }
@@ -171,7 +172,7 @@ int ov_dbg(const char* format, ...) {
 }
 
 int ov_trace(const char* format, ...) {
-  if (g_debug_enabled != 0 && ov_dbg_detail()) {
+  if (g_debug_enabled != 0 && g_dbg_level > 1) {
     va_list args;
     va_start(args, format);
     ov_log_this(format, LEVEL_DBG, args);
@@ -186,18 +187,6 @@ int ov_err(const char* format, ...) {
   ov_log_this(format, LEVEL_ERR, args);
   va_end(args);
   return OV_OK;
-}
-
-std::string ov_log_text_as_format(const std::string& text) {
-  std::string plain;
-  plain.reserve(text.size());
-  for (size_t i = 0; i < text.size(); ++i) {
-    plain += text[i];
-    if (text[i] == '%' && i + 1 < text.size() && text[i + 1] == '%') {
-      ++i;
-    }
-  }
-  return plain;
 }
 
 void ov_log_set(int enabled) {

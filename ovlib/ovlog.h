@@ -3,7 +3,6 @@
 
 #include <atomic>
 #include <cstdarg>
-#include <string>
 
 // The process-wide log: a ring of ten numbered files rotated by size, or the system log (local
 // socket or UDP), or standard error. Every function may be called from any thread; none throws.
@@ -15,16 +14,8 @@ enum e_ov_log_type {
   OV_LOG_FUNCTION = 3,
 };
 
-// Detail level that call sites test before ov_dbg: above 0 for the coarse lines, above 1 for the
-// rest.
+// Detail level of the debug lines: above 0 for the coarse ones, above 1 (ov_trace) for the rest.
 extern std::atomic<int> g_dbg_level;
-
-inline bool ov_dbg_detail() {
-  return g_dbg_level.load(std::memory_order_relaxed) > 1;
-}
-inline bool ov_dbg_coarse() {
-  return g_dbg_level.load(std::memory_order_relaxed) > 0;
-}
 
 // Starts the log. OV_LOG_FILE writes to the ring of `name` ("-" is standard error; a trailing ":N"
 // sets the size limit to N mebibytes); OV_LOG_FUNCTION is OV_EINVAL; any other type selects the
@@ -43,15 +34,9 @@ int ov_err(const char* format, ...) __attribute__((format(printf, 1, 2)));
 int ov_trace(const char* format, ...) __attribute__((format(printf, 1, 2)));
 int ov_log_this(const char* format, int level, va_list args) __attribute__((format(printf, 1, 0)));
 
-// What a text of unknown origin looks like when it stands as a line's format without arguments:
-// "%%" becomes "%", every other conversion is written as it stands and reads nothing.
-std::string ov_log_text_as_format(const std::string& text);
-
 // Rotates when the current file is over the limit; opens the file when none is open. OV_EINVAL when
 // the log has no ring.
 int ov_log_rotate();
-// Opens the ring's current file. The caller holds the file lock.
-int ov_log_openfile();
 // (Re)opens the UDP system-log socket.
 int ov_openlog();
 

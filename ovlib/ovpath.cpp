@@ -124,6 +124,8 @@ bool ov_path_has_windows_drive_letter(const char* path) {
   return isalpha(static_cast<unsigned char>(*letter)) != 0 && letter[1] == ':';
 }
 
+// Deliberate: two slashes in front never collapse, so "//home/u" is the share "u" of a server
+// "home".
 bool ov_path_is_unc_path(const char* path) {
   return path != nullptr && strncmp(path, "//", 2) == 0 && path[2] != '\0' && path[2] != '/' &&
          strchr(path + 3, '/') != nullptr;

@@ -1,5 +1,6 @@
 #include "ovlib/ovprocess.h"
 
+#include <dirent.h>
 #include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/syscall.h>
@@ -21,15 +22,6 @@ namespace {
 constexpr int kFirstClosed = 3;
 constexpr int kFallbackLimit = 1024;
 
-// One record of the kernel's directory listing.
-struct DirectoryRecord {
-  uint64_t inode;
-  int64_t offset;
-  uint16_t length;
-  uint8_t type;
-  char name[];
-};
-
 // -1 for a name that is no number ("." and "..").
 int descriptorOf(const char* name) {
   int value = 0;
@@ -43,19 +35,19 @@ int descriptorOf(const char* name) {
 }
 
 bool closeListed(int listing) {
-  alignas(DirectoryRecord) char buffer[4096];
+  alignas(dirent64) char buffer[4096];
   for (;;) {
-    const long got = syscall(SYS_getdents64, listing, buffer, sizeof(buffer));
+    const ssize_t got = getdents64(listing, buffer, sizeof(buffer));
     if (got <= 0) {
       return got == 0;
     }
-    for (long at = 0; at < got;) {
-      const auto* record = reinterpret_cast<const DirectoryRecord*>(buffer + at);
-      const int descriptor = descriptorOf(record->name);
+    for (ssize_t at = 0; at < got;) {
+      const auto* record = reinterpret_cast<const dirent64*>(buffer + at);
+      const int descriptor = descriptorOf(record->d_name);
       if (descriptor >= kFirstClosed && descriptor != listing) {
         close(descriptor);
       }
-      at += record->length;
+      at += record->d_reclen;
     }
   }
 }

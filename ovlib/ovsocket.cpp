@@ -2,8 +2,6 @@
 
 #include <unistd.h>
 
-#include <cerrno>
-
 #include "ovlib/overrno.h"
 
 int ov_sock_init() {
@@ -15,5 +13,5 @@ int ov_sock_fini() {
 }
 
 int ov_sock_close(int sock) {
-  return close(sock) == 0 ? static_cast<int>(OV_OK) : errno;
+  return ov_errno_result(close(sock));
 }

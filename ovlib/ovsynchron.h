@@ -4,7 +4,7 @@
 #include <pthread.h>
 #include <sys/time.h>
 
-// A POSIX mutex, not recursive.
+// A POSIX mutex; one made by ov_mutex_init is not recursive.
 struct ov_mutex_t {
   pthread_mutex_t handle;
 };

@@ -1,7 +1,5 @@
 #include "ovlib/ovtime.h"
 
-#include <cerrno>
-
 #include "ovlib/overrno.h"
 #include "ovlib/ovlog.h"
 
@@ -20,7 +18,7 @@ int ov_time_gettimeofday(timeval* now) {
   if (now == nullptr) {
     return OV_EINVAL;
   }
-  return gettimeofday(now, nullptr) == 0 ? static_cast<int>(OV_OK) : errno;
+  return ov_errno_result(gettimeofday(now, nullptr));
 }
 
 void ov_time_tv_add(timeval* tv, const timeval* add) {
@@ -36,7 +34,7 @@ int ov_time_localtime(time_t seconds, tm* out) {
   if (out == nullptr) {
     return OV_EINVAL;
   }
-  return localtime_r(&seconds, out) != nullptr ? static_cast<int>(OV_OK) : errno;
+  return ov_errno_result(localtime_r(&seconds, out) != nullptr ? 0 : -1);
 }
 
 int ov_time_get_usec_since(const timeval* old, uint64_t* microseconds) {

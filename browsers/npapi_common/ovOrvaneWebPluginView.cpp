@@ -12,6 +12,7 @@
 #include "ovlib/ovlog.h"
 #include "plugin/src/PathEscaper.h"
 #include "plugin/src/PlugIn.h"
+#include "plugin/src/Utils.h"
 
 using Pellion::Web::PathEscaper;
 
@@ -102,11 +103,11 @@ bool ovOrvaneWebPlugin::destroyStream(NPStream* stream, NPReason /*reason*/) {
 }
 
 void ovOrvaneWebPlugin::streamAsFile(NPStream* /*stream*/, const char* fname) {
-  ov_log("%s", ov_log_text_as_format(textOrEmpty(fname)).c_str());
+  ov_log("%s", Pellion::Web::Utils::textAsLogFormat(textOrEmpty(fname)).c_str());
 }
 
 void ovOrvaneWebPlugin::urlNotify(const char* url, NPReason /*reason*/) {
-  ov_log("%s", ov_log_text_as_format(textOrEmpty(url)).c_str());
+  ov_log("%s", Pellion::Web::Utils::textAsLogFormat(textOrEmpty(url)).c_str());
 }
 
 void ovOrvaneWebPlugin::doDrop(std::vector<std::string> paths) {

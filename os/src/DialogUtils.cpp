@@ -1,7 +1,5 @@
 #include "os/src/DialogUtils.h"
 
-#include <yajl/yajl_tree.h>
-
 #include <algorithm>
 #include <stdexcept>
 
@@ -19,22 +17,21 @@ void require(bool condition) {
   }
 }
 
-yajl_val requireMember(yajl_val object, const char* key, yajl_type type) {
-  const char* path[] = {key, nullptr};
-  yajl_val value = yajl_tree_get(object, path, type);
-  require(value != nullptr);
-  return value;
+std::string requireText(yajl_val node) {
+  require(Json::isString(node));
+  return Json::text(node);
 }
 
-FileType toFileType(yajl_val entry) {
-  require(YAJL_IS_OBJECT(entry));
+FileType toFileType(const Json& json, yajl_val entry) {
+  require(Json::isObject(entry));
+  const char* const namePath[] = {"filter_name", nullptr};
+  const char* const extensionsPath[] = {"extensions", nullptr};
   FileType type;
-  type._filterName = YAJL_GET_STRING(requireMember(entry, "filter_name", yajl_t_string));
-  const auto* extensions = YAJL_GET_ARRAY(requireMember(entry, "extensions", yajl_t_array));
-  require(extensions->len > 0);
-  for (size_t i = 0; i < extensions->len; ++i) {
-    require(YAJL_IS_STRING(extensions->values[i]));
-    type._extensions.emplace_back(YAJL_GET_STRING(extensions->values[i]));
+  type._filterName = requireText(json.get(namePath, entry));
+  const yajl_val extensions = json.get(extensionsPath, entry);
+  require(Json::size(extensions) > 0);
+  for (size_t i = 0; i < Json::size(extensions); ++i) {
+    type._extensions.push_back(requireText(Json::element(extensions, i)));
   }
   return type;
 }
@@ -47,10 +44,9 @@ std::vector<FileType> parseFileTypesJson(const std::string& text) {
     return types;
   }
   Json json;
-  require(json.parse(text) && YAJL_IS_ARRAY(json.getNode()));
-  const auto* entries = YAJL_GET_ARRAY(json.getNode());
-  for (size_t i = 0; i < entries->len; ++i) {
-    types.push_back(toFileType(entries->values[i]));
+  require(json.parse(text) && Json::isArray(json.getNode()));
+  for (size_t i = 0; i < Json::size(json.getNode()); ++i) {
+    types.push_back(toFileType(json, Json::element(json.getNode(), i)));
   }
   return types;
 }

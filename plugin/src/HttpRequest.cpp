@@ -167,6 +167,7 @@ void receive(TcpSocket* socket, ResponseReader* reader) {
 bool startTimer(timeval* start) {
   const int error = ov_time_gettimeofday(start);
   if (error != OV_OK) {
+    // Deliberate: the line begins with a blank.
     ov_err(" HttpRequest::invoke() - ov_time_gettimeofday error: %i", error);
   }
   return error == OV_OK;
@@ -196,7 +197,7 @@ void HttpRequest::addHeader(const std::string& name, const std::string& value) {
   _headers.emplace(name, value);
 }
 
-// Deliberate: a request that is invoked again sends these headers once more.
+// Deliberate: a request that is invoked again sends these headers once more; none carries a Host.
 void HttpRequest::addAutomaticHeaders() {
   addHeader("User-Agent", "Orvane Pellion");
   addHeader("Connection", "close");

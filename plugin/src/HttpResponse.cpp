@@ -41,6 +41,7 @@ bool readStatusCode(std::string_view line, unsigned short* code) {
 }
 
 // Judged before any header is kept: a block that never ends costs no memory of its own.
+// Deliberate: one line without ": " loses the whole response.
 bool isWholeBlock(std::string_view rest) {
   std::string_view line;
   while (takeLine(&rest, &line)) {

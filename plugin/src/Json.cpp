@@ -96,11 +96,34 @@ bool Json::isTrue(const char* const* path, yajl_val node) const {
 }
 
 std::string Json::getString(const char* const* path, yajl_val node) const {
-  const yajl_val value = get(path, node);
-  if (YAJL_IS_STRING(value)) {
-    return YAJL_GET_STRING(value);
+  return text(get(path, node));
+}
+
+bool Json::isArray(yajl_val node) {
+  return YAJL_IS_ARRAY(node);
+}
+
+bool Json::isObject(yajl_val node) {
+  return YAJL_IS_OBJECT(node);
+}
+
+bool Json::isString(yajl_val node) {
+  return YAJL_IS_STRING(node);
+}
+
+size_t Json::size(yajl_val node) {
+  return isArray(node) ? YAJL_GET_ARRAY(node)->len : 0;
+}
+
+yajl_val Json::element(yajl_val array, size_t index) {
+  return YAJL_GET_ARRAY(array)->values[index];
+}
+
+std::string Json::text(yajl_val node) {
+  if (isString(node)) {
+    return YAJL_GET_STRING(node);
   }
-  return YAJL_IS_NUMBER(value) ? YAJL_GET_NUMBER(value) : std::string();
+  return YAJL_IS_NUMBER(node) ? YAJL_GET_NUMBER(node) : std::string();
 }
 
 bool Json::containsError() const {

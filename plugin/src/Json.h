@@ -33,8 +33,17 @@ class Json {
   yajl_val get(const char* const* path, yajl_val node = nullptr) const;
   // True for the literal true only.
   bool isTrue(const char* const* path, yajl_val node = nullptr) const;
-  // A string's text, or a number exactly as written; empty for anything else.
+  // text() of what stands there.
   std::string getString(const char* const* path, yajl_val node = nullptr) const;
+  // What a node is; false for null.
+  static bool isArray(yajl_val node);
+  static bool isObject(yajl_val node);
+  static bool isString(yajl_val node);
+  // How many elements an array has; 0 for any other node. `index` is below that.
+  static size_t size(yajl_val node);
+  static yajl_val element(yajl_val array, size_t index);
+  // A string's text, or a number exactly as written; empty for anything else.
+  static std::string text(yajl_val node);
   // True when the root has a member "error", of whatever type.
   bool containsError() const;
 

@@ -61,10 +61,6 @@ void store(Value State::*member, Value value) {
   std::swap(state().*member, value);
 }
 
-std::string apiPath(const std::string& path) {
-  return std::string("/v") + kPellionApiVersion + path;
-}
-
 std::string readWhole(const std::string& path) {
   File file(path);
   file.open();
@@ -79,6 +75,7 @@ Url readUrl() {
     const std::string path = FileSystem::pellionAppDataPath() + kUrlFile;
     ov_trace("Reading Orvane Pellion URL from %s", path.c_str());
     const std::string content = readWhole(path);
+    // Deliberate: not trimmed; a line end behind the address is part of it.
     if (!content.empty()) {
       url.parse(content);
     }
@@ -111,7 +108,7 @@ std::string preferredDirectory() {
   if (named.empty()) {
     return home + std::string(kUserBinDirectory);
   }
-  if (ov_dbg_coarse()) {
+  if (g_dbg_level > 0) {
     ov_dbg("Pellion path in orvanepellion.path: %s", named.c_str());
   }
   return named;
@@ -188,7 +185,7 @@ std::string PellionApp::binPath() {
 bool PellionApp::isRunning() {
   for (;;) {
     std::unique_ptr<HttpRequest> request(Utils::createHttpRequest(
-        HttpRequest::kGetMethod, apiPath("/pellion/version"), std::string(), eContentJson));
+        HttpRequest::kGetMethod, Utils::apiPath("/pellion/version"), std::string(), eContentJson));
     if (!request) {
       return false;
     }
@@ -215,6 +212,8 @@ bool PellionApp::launch() {
   }
   ov_log("%s - Command: %s", kMsgPellionLaunch, command.c_str());
   LaunchedProcess process;
+  // Deliberate: unquoted, though a shell reads it; a path with a blank starts what stands before
+  // it.
   if (!process.start(command)) {
     return false;
   }
@@ -226,6 +225,25 @@ bool PellionApp::launch() {
 
 void PellionApp::setLaunchTimeoutMs(int milliseconds) {
   store(&State::_launchTimeoutMs, milliseconds);
+}
+
+bool PellionApp::ask(const std::string& method, const std::string& path, const std::string& body,
+                     const char* complaint) {
+  if (!launch()) {
+    ov_err("%s", kErrorPellionRequest);
+    return false;
+  }
+  const std::unique_ptr<HttpRequest> request(
+      Utils::createHttpRequest(method, path, body, eContentXml));
+  if (!request) {
+    ov_err("%s", kErrorCreatingHttpRequest);
+    return false;
+  }
+  const std::unique_ptr<HttpResponse> response(request->invoke());
+  if (!response) {
+    ov_err("%s%s", complaint, kErrorPellionRequest);
+  }
+  return response != nullptr;
 }
 
 int PellionApp::pid() {
@@ -242,7 +260,7 @@ bool PellionApp::terminate() {
   if (!request) {
     return true;
   }
-  request->setUri(apiPath("/pellion/exit"));
+  request->setUri(Utils::apiPath("/pellion/exit"));
   request->setMethod(HttpRequest::kPostMethod);
   request->appendData(kExitBody);
   const std::unique_ptr<HttpResponse> response(request->invoke());

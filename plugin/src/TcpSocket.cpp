@@ -28,7 +28,8 @@ bool TcpSocket::connect(const std::string& host, unsigned short port) {
   }
   sockaddr_in address = {};
   address.sin_family = AF_INET;
-  // A host that does not resolve gives the all-ones address, to which no connection is possible.
+  // Deliberate: not checked. A host that does not resolve gives the all-ones address, and its
+  // failed connection is logged as well.
   address.sin_addr.s_addr = inet_addr(IpAddress::resolve(host).c_str());
   address.sin_port = htons(port);
   const int result = ::connect(_sock, reinterpret_cast<sockaddr*>(&address), sizeof(address));

@@ -1,13 +1,7 @@
 #include "plugin/src/Transfer.h"
 
-#include <memory>
-
-#include "ovlib/ovlog.h"
-#include "plugin/src/Constants.h"
 #include "plugin/src/HttpRequest.h"
-#include "plugin/src/HttpResponse.h"
 #include "plugin/src/Pellion.h"
-#include "plugin/src/Utils.h"
 #include "plugin/src/XmlEscaper.h"
 
 namespace Pellion::Web {
@@ -29,21 +23,8 @@ void Transfer::setParam(const std::string& name, const std::string& value) {
 }
 
 bool Transfer::request() {
-  if (!PellionApp::launch()) {
-    ov_err("%s", kErrorPellionRequest);
-    return false;
-  }
-  const std::unique_ptr<HttpRequest> request(
-      Utils::createHttpRequest(HttpRequest::kPostMethod, "/transfers/", document(), eContentXml));
-  if (!request) {
-    ov_err("%s", kErrorCreatingHttpRequest);
-    return false;
-  }
-  const std::unique_ptr<HttpResponse> response(request->invoke());
-  if (!response) {
-    ov_err("%s", kErrorPellionRequest);
-  }
-  return response != nullptr;
+  // Deliberate: this path has no version in front.
+  return PellionApp::ask(HttpRequest::kPostMethod, "/transfers/", document(), "");
 }
 
 std::string Transfer::document() const {

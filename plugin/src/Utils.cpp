@@ -45,6 +45,10 @@ HttpRequest* createHttpRequest(const std::string& method, const std::string& uri
   return request.release();
 }
 
+std::string apiPath(const std::string& path) {
+  return std::string("/v") + kPellionApiVersion + path;
+}
+
 std::string errorCodeToStr(int code) {
   char text[256] = "";
   ov_platform_errstr(code, text, sizeof(text));
@@ -68,13 +72,25 @@ void logCleanup() {
   }
 }
 
+std::string textAsLogFormat(const std::string& text) {
+  std::string plain;
+  plain.reserve(text.size());
+  for (size_t i = 0; i < text.size(); ++i) {
+    plain += text[i];
+    if (text[i] == '%' && i + 1 < text.size() && text[i + 1] == '%') {
+      ++i;
+    }
+  }
+  return plain;
+}
+
 // Deliberate: the text counts as a format, so that "%%" in it comes out as "%".
 void logException(const std::exception& e) {
-  ov_err("%s", ov_log_text_as_format(e.what()).c_str());
+  ov_err("%s", textAsLogFormat(e.what()).c_str());
 }
 
 void logException(const std::string& prefix, const std::exception& e) {
-  ov_err("%s", ov_log_text_as_format(prefix + ": " + e.what()).c_str());
+  ov_err("%s", textAsLogFormat(prefix + ": " + e.what()).c_str());
 }
 
 // Deliberate: a quote or backslash in an element makes the array malformed.

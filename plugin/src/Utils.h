@@ -21,6 +21,9 @@ HttpRequest* createHttpRequest(ContentType_e type);
 HttpRequest* createHttpRequest(const std::string& method, const std::string& uri,
                                const std::string& data, ContentType_e type);
 
+// `path` in the present version of the application's interface: "/v4" and the path.
+std::string apiPath(const std::string& path);
+
 // The text of a portability-library error number.
 std::string errorCodeToStr(int code);
 
@@ -28,6 +31,10 @@ std::string errorCodeToStr(int code);
 // directory logInit throws a runtime error and the log stays closed.
 void logInit();
 void logCleanup();
+
+// What a text of unknown origin looks like when it stands as a log line's format without arguments:
+// "%%" becomes "%", every other conversion is written as it stands and reads nothing.
+std::string textAsLogFormat(const std::string& text);
 
 // Write the exception's text, after "prefix: " if given, at error level. "%%" in it comes out as
 // "%".

@@ -38,7 +38,7 @@ void Worker::join() {
   }
   const std::string failure = joinThread();
   if (!failure.empty()) {
-    ov_err("%s", ov_log_text_as_format(failure).c_str());
+    ov_err("%s", Utils::textAsLogFormat(failure).c_str());
     throw SystemException(failure);
   }
   ov_trace("Worker::join() - done");
@@ -50,7 +50,7 @@ void Worker::reap() {
   }
   const std::string failure = joinThread();
   if (!failure.empty()) {
-    ov_err("%s", ov_log_text_as_format(failure).c_str());
+    ov_err("%s", Utils::textAsLogFormat(failure).c_str());
   }
 }
 

@@ -186,12 +186,4 @@ TEST_F(LogLine, survivesAnEndUnderWay) {
   stop = true;
 }
 
-TEST(LogText, losesItsConversions) {
-  const std::pair<const char*, const char*> kCases[] = {
-      {"100%", "100%"}, {"%s%n", "%s%n"}, {"%%%%", "%%"}, {"%%%d", "%%d"}, {"a%%20b", "a%20b"}};
-  for (const auto& [text, expected] : kCases) {
-    EXPECT_EQ(ov_log_text_as_format(text), expected);
-  }
-}
-
 }  // namespace

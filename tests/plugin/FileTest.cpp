@@ -106,6 +106,11 @@ TEST_F(Utils, startsTheLogOnceWithFullDetail) {
 }
 
 TEST_F(Utils, logsExceptionTextsAsHarmlessFormats) {
+  const std::pair<const char*, const char*> kCases[] = {
+      {"100%", "100%"}, {"%s%n", "%s%n"}, {"%%%%", "%%"}, {"%%%d", "%%d"}, {"a%%20b", "a%20b"}};
+  for (const auto& [text, expected] : kCases) {
+    EXPECT_EQ(PluginUtils::textAsLogFormat(text), expected);
+  }
   PluginUtils::logInit();
   PluginUtils::logException(std::runtime_error("50%% of %s%n"));
   PluginUtils::logException("While testing", std::runtime_error("100%"));

@@ -1,14 +1,14 @@
 #include <string>
 
-#include "plugin/src/Constants.h"
 #include "plugin/src/HttpRequest.h"
 #include "plugin/src/Json.h"
+#include "plugin/src/Utils.h"
 #include "tools/web_check/Check.h"
 #include "tools/web_check/Exchange.h"
 
 using Pellion::Web::HttpRequest;
 using Pellion::Web::Json;
-using Pellion::Web::kPellionApiVersion;
+using Pellion::Web::Utils::apiPath;
 
 namespace web_check {
 
@@ -24,10 +24,6 @@ constexpr char kActivityBody[] =
 constexpr char kRestart[] =
     "end the application and start it again; when that does not help, install it anew";
 constexpr unsigned short kSuccess = 200;
-
-std::string apiPath(const std::string& path) {
-  return std::string("/v") + kPellionApiVersion + path;
-}
 
 std::string member(const Json& json, const char* name) {
   const char* path[] = {name, nullptr};

@@ -90,11 +90,6 @@ Url readUrl() {
   return url;
 }
 
-std::string firstLine(const std::string& path) {
-  const std::string content = readWhole(path);
-  return content.substr(0, content.find('\n'));
-}
-
 // The directory that comes before those of the system.
 std::string preferredDirectory() {
   char home[OV_PATH_MAX] = "";
@@ -104,10 +99,12 @@ std::string preferredDirectory() {
   char pathFile[OV_PATH_MAX] = "";
   ov_str_ncpy(pathFile, home, sizeof(pathFile));
   ov_str_ncat(pathFile, kPathFile, sizeof(pathFile));
-  const std::string named = firstLine(pathFile);
-  if (named.empty()) {
+  const std::string content = readWhole(pathFile);
+  if (content.empty()) {
     return home + std::string(kUserBinDirectory);
   }
+  // An empty first line is a line, too: it names the directory "".
+  const std::string named = content.substr(0, content.find('\n'));
   if (g_dbg_level > 0) {
     ov_dbg("Pellion path in orvanepellion.path: %s", named.c_str());
   }

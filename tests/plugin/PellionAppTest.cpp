@@ -51,13 +51,16 @@ TEST_F(PellionApp, findsTheExecutableAndRemembersIt) {
   EXPECT_EQ(logLines("Failed to determine Orvane Pellion executable path").size(), 1u);
   EXPECT_TRUE(logLines("Launching Orvane Pellion").empty());
   // A path file that names a directory without it is no obstacle to the later directories, but the
-  // user's own is not among them.
+  // user's own is not among them. So does an empty line.
   std::filesystem::create_directories(path("opt/orvane/pellion/bin"));
   const std::string own = path("opt/orvane/pellion/bin/orvanepellion");
   writeFile(own, "");
   writePathFile(path("nowhere"));
   EXPECT_EQ(App::binPath(), "");
   EXPECT_EQ(logLines("Pellion path in orvanepellion.path: " + path("nowhere")).size(), 1u);
+  writePathFile("\n" + path("opt/orvane/pellion/bin"));
+  EXPECT_EQ(App::binPath(), "");
+  EXPECT_EQ(logLines("Pellion path in orvanepellion.path: ").size(), 2u);
   writePathFile("");
   EXPECT_EQ(App::binPath(), own);
   installApplication("");

@@ -104,6 +104,12 @@ TEST_F(PluginLife, deliversCallsFromThreadsInOrderAndDropsThoseOfTheDead) {
   EXPECT_EQ(result.code, 0);
 }
 
+TEST_F(PluginLife, bearsThreadsThatCallAfterThePagesEnd) {
+  const PageResult result = runPage("plugin.callForEver(); setTimeout(() => quit(3), 20);");
+  EXPECT_EQ(result.err, "");
+  EXPECT_EQ(result.code, 3);
+}
+
 TEST_F(PluginLife, runsThePageInsideANestedLoop) {
   const PageResult result = runPage(R"(
     plugin.keep((n) => console.log('async', n));

@@ -1,4 +1,6 @@
 #include <gmock/gmock.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <string>
 
@@ -178,6 +180,9 @@ TEST_F(PageScript, offersThePageItsSurroundings) {
     writeFile(path(name), std::string("one\0two", 7));
   }
   writeFile(path("c"), "one");
+  writeFile(path("huge"), "");
+  ASSERT_EQ(truncate(path("huge").c_str(), 3LL << 30), 0);
+  ASSERT_EQ(mkfifo(path("pipe").c_str(), 0600), 0);
   setenv("PAGE_TEST", "from outside", 1);
   const PageResult result = runPage(
       R"(console.log(location.href, window.location.hostname, location.protocol, location.pathname);
@@ -187,7 +192,9 @@ TEST_F(PageScript, offersThePageItsSurroundings) {
       console.log(page.fileSize(dir + '/a'), page.readFile(dir + '/a').length,
                   page.exists(dir + '/a'), page.exists(dir + '/none'));
       try { page.sameFiles(dir + '/a', dir + '/none'); } catch (e) { console.log(e.message); }
-      try { page.readFile(dir); } catch (e) { console.log(e.message); }
+      for (const name of ['', '/pipe', '/huge']) {
+        try { page.readFile(dir + name); } catch (e) { console.log(e.message); }
+      }
       console.log(page.isTerminal, page.columns, page.hasWindow);
       console.log({a: [1, 'b']}, [undefined], undefined, null, new Error('e'), Symbol('s'));
       console.warn('warned');
@@ -201,7 +208,9 @@ TEST_F(PageScript, offersThePageItsSurroundings) {
             "true false\n"
             "7 7 true false\n"
             "cannot read " +
-                path("none") + "\n" + "cannot read " + home() + "\n" +
+                path("none") + "\n" + "cannot read " + home() + "\n" + "cannot read " +
+                path("pipe") + "\n" + "cannot read " + path("huge") +
+                ": it is larger than 256 MiB\n" +
                 "false 80 false\n"
                 "{\"a\":[1,\"b\"]} [null] undefined null Error: e Symbol()\n"
                 "no newline");

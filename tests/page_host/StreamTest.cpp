@@ -1,5 +1,7 @@
 #include <gmock/gmock.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <string>
 
@@ -38,6 +40,7 @@ TEST_F(PluginStream, bringsFilesDataAndHttp) {
                   : httpResponse("from the network", "200 OK\r\nContent-Type: image/png; q=1"));
   });
   writeFile(path("with blank.txt"), "from a file");
+  ASSERT_EQ(mkfifo(path("pipe").c_str(), 0600), 0);
   const std::string http = "http://127.0.0.1:" + std::to_string(server.port());
   const std::string file = "NewStream:text/plain:11:file Write:0+11 DestroyStream=0";
   const std::string net = "NewStream:image/png:16:headers:http Write:0+16 DestroyStream=0";
@@ -51,7 +54,12 @@ TEST_F(PluginStream, bringsFilesDataAndHttp) {
       {"file://" + path("with%20blank.txt"), file, "from a file"},
       {"with%20blank.txt", file, "from a file"},
       {"../" + home().substr(home().rfind('/') + 1) + "/with blank.txt", file, "from a file"},
+      {"FILE://" + path("with%20blank.txt") + "?x", file, "from a file"},
+      {"DATA:,x", "NewStream:text/plain:1:data Write:0+1 DestroyStream=0", "x"},
       {"file:///nowhere/at/all", "", ""},
+      {"file://other.host" + path("with%20blank.txt"), "", ""},
+      {"pipe", "", ""},
+      {"file:///dev/zero", "", ""},
       {http + "/picture", net, "from the network"},
       {http + "/moved", net, "from the network"},
       {"http://127.0.0.1:1/refused", "", ""},
@@ -63,6 +71,11 @@ TEST_F(PluginStream, bringsFilesDataAndHttp) {
                   row.address + (row.calls.empty() ? "=1\n" : "=0\n") + row.bytes + "\n");
   }
   EXPECT_EQ(runPage("console.log(plugin.fetch('javascript:1')); quit(0);").out, "10\n");
+  const std::string own = "console.log(plugin.fetch('File://" + path("page.js") + "'), ";
+  EXPECT_EQ(runPage(own + "plugin.fetch('page.js'), plugin.fetch('data:,x')); quit(0);",
+                    {"--hostname", "127.0.0.1"})
+                .out,
+            "10 0 0\n");
 }
 
 TEST_F(PluginStream, keepsTheRulesOfRefusals) {
@@ -95,6 +108,27 @@ TEST_F(PluginStream, cutsABigResourceIntoPieces) {
   const std::string out = fetch("{}", "big").out;
   EXPECT_THAT(out, HasSubstr(" Write:0+8128 Write:8128+8128 "));
   EXPECT_TRUE(out.substr(out.find('\n') + 1) == body + "\n");
+}
+
+TEST_F(PluginStream, goesAroundModulesThatTakeNone) {
+  setenv("PROBE_WITHOUT_WRITE", "1", 1);
+  EXPECT_EQ(fetch("{}", "data:,x").out, "GetURL=0 URLNotify:data:,x=1\n\n");
+}
+
+// Between two turns of a timer, the module gets what one millisecond allows at most.
+TEST_F(PluginStream, leavesThePageItsTurns) {
+  writeFile(path("big"), "");
+  ASSERT_EQ(truncate(path("big").c_str(), 400 << 20), 0);
+  const PageResult result = runPage(R"(
+    plugin.fetch('big');
+    let most = 0;
+    let turns = 0;
+    setInterval(() => {
+      most = Math.max(most, plugin.history().split('Write:').length);
+      plugin.bytesReceived();
+      if (++turns === 20) { console.log(most > 1, most < 640 ? 'few' : most); quit(0); }
+    }, 1);)");
+  EXPECT_EQ(result.out, "true few\n");
 }
 
 TEST_F(PluginStream, endsWithItsInstance) {

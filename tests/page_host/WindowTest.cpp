@@ -2,6 +2,8 @@
 #include <signal.h>
 
 #include <cstdlib>
+#include <filesystem>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -38,6 +40,12 @@ class PageWindow : public PageRunner {
     event.xclient.data.l[0] =
         static_cast<long>(XInternAtom(_connection, "WM_DELETE_WINDOW", False));
     XSendEvent(_connection, event.xclient.window, False, NoEventMask, &event);
+    XFlush(_connection);
+  }
+
+  // As another program does.
+  void destroyWindow() {
+    XDestroyWindow(_connection, window());
     XFlush(_connection);
   }
 
@@ -102,6 +110,11 @@ TEST_F(PageWindow, embedsThePlugAndTellsTheModuleItsWindow) {
   EXPECT_EQ(colorAt(280, 5), 0x1e3a5fUL);
   EXPECT_TRUE(waitFor([&] { return colorAt(150, 70) == 0x00aa55; }));
   EXPECT_TRUE(waitFor([&] { return colorAt(60, 200) == 0x2f7de1; }));
+  // The window's process has none of the page's files.
+  const std::filesystem::directory_iterator files("/proc/" + std::to_string(child()) + "/fd");
+  for (const auto& file : files) {
+    EXPECT_NE(std::filesystem::read_symlink(file), path("page.js"));
+  }
   closeWindow();
   const PageResult result = finishPage();
   EXPECT_EQ(result.code, 0);
@@ -126,22 +139,33 @@ TEST_F(PageWindow, closesWithThePageOrStaysOpenWhenAsked) {
   user::waitForNoWindow(kTitle);
 
   // The time limit is the page's, not the user's.
-  startPage("console.log('done'); quit(7);", {"--window", "--keep-open", "--timeout", "0.4"});
+  startPage("console.log('done'); quit(7);", {"--window", "--keep-open", "--timeout", "1.5"});
   ASSERT_TRUE(waitFor([&] { return printed("done"); }));
-  EXPECT_FALSE(waitFor([&] { return child() == 0; }, std::chrono::milliseconds(2600)));
+  EXPECT_FALSE(waitFor([&] { return child() == 0; }, std::chrono::milliseconds(3700)));
   closeWindow();
   EXPECT_EQ(finishPage().code, 7);
 }
 
-TEST_F(PageWindow, endsThePageWhenItsProcessIsGone) {
+TEST_F(PageWindow, endsThePageWithASentenceWhenItIsLost) {
+  const struct {
+    const char* what;
+    std::function<void()> lose;
+  } kRows[] = {
+      {"the window's process has ended unexpectedly", [&] { kill(child(), SIGKILL); }},
+      {"the window's process does not answer", [&] { kill(child(), SIGSTOP); }},
+      {"another program has destroyed the window", [&] { destroyWindow(); }},
+  };
   setenv("PROBE_TRACE", "1", 1);
-  startPage("console.log('ready');", {"--window"});
-  ASSERT_TRUE(waitFor([&] { return printed("ready"); }));
-  ASSERT_GT(child(), 0);
-  kill(child(), SIGKILL);
-  const PageResult result = finishPage();
-  EXPECT_EQ(result.code, 0);
-  EXPECT_THAT(result.out, HasSubstr("SetWindow:0:0x0\nDestroy\n"));
+  for (const auto& row : kRows) {
+    SCOPED_TRACE(row.what);
+    startPage("setInterval(() => { console.log('ready'.padEnd(5000)); }, 1);", {"--window"});
+    ASSERT_TRUE(waitFor([&] { return printed("ready") && child() > 0; }));
+    row.lose();
+    const PageResult result = finishPage();
+    EXPECT_EQ(result.code, 1);
+    EXPECT_EQ(result.err, std::string("orvane-page-host: ") + row.what + "\n");
+    EXPECT_THAT(result.out, HasSubstr("SetWindow:0:0x0\nDestroy\n"));
+  }
 }
 
 TEST_F(PageWindow, goesWithAPageThatHangs) {

@@ -218,6 +218,17 @@ const std::map<std::string, Method> kMethods = {
          }
        }).join();
      }},
+    // From another thread, for as long as the process lives.
+    {"callForEver",
+     [](Call& call) {
+       std::thread([npp = call.npp()] {
+         for (;;) {
+           browser->pluginthreadasynccall(
+               npp, [](void*) {}, nullptr);
+           usleep(20);
+         }
+       }).detach();
+     }},
     {"get",
      [](Call& call) {
        call.good = browser->getproperty(call.npp(), call.object(), call.name(), call.result);
@@ -530,7 +541,7 @@ PROBE_EXPORT NPError NP_Initialize(NPNetscapeFuncs* table, NPPluginFuncs* plugin
   plugin->setwindow = setWindow;
   plugin->newstream = newStream;
   plugin->writeready = writeReady;
-  plugin->write = writeBytes;
+  plugin->write = std::getenv("PROBE_WITHOUT_WRITE") == nullptr ? writeBytes : nullptr;
   plugin->destroystream = destroyStream;
   plugin->urlnotify = urlNotify;
   plugin->getvalue = getInstanceValue;

@@ -2,7 +2,7 @@
 
 #include <glib.h>
 
-#include <cctype>
+#include <algorithm>
 #include <filesystem>
 #include <utility>
 
@@ -10,18 +10,11 @@ namespace npapi_host {
 namespace {
 
 // Letter, then letters, digits, '+', '-', '.', then a colon.
-bool hasScheme(const std::string& address) {
-  const size_t colon = address.find(':');
-  if (colon == std::string::npos || colon == 0 || std::isalpha(address[0]) == 0) {
-    return false;
-  }
-  for (size_t i = 0; i < colon; ++i) {
-    const auto letter = static_cast<unsigned char>(address[i]);
-    if (std::isalnum(letter) == 0 && letter != '+' && letter != '-' && letter != '.') {
-      return false;
-    }
-  }
-  return true;
+bool isScheme(const std::string& text) {
+  return !text.empty() && g_ascii_isalpha(text[0]) &&
+         std::all_of(text.begin(), text.end(), [](char letter) {
+           return g_ascii_isalnum(letter) || letter == '+' || letter == '-' || letter == '.';
+         });
 }
 
 std::string withoutBlanks(const std::string& text) {
@@ -69,13 +62,39 @@ std::string fileAddress(const std::string& path) {
   return address;
 }
 
+std::string pathOfFileAddress(const std::string& address) {
+  std::string path = address.substr(0, address.find_first_of("?#"));
+  if (path.compare(0, 5, "file:") != 0) {
+    return std::string();
+  }
+  path.erase(0, 5);
+  if (path.compare(0, 2, "//") == 0) {
+    const size_t slash = path.find('/', 2);
+    const std::string host = path.substr(2, slash == std::string::npos ? slash : slash - 2);
+    if (slash == std::string::npos || (!host.empty() && host != "localhost")) {
+      return std::string();
+    }
+    path.erase(0, slash);
+  }
+  path = unescape(path);
+  return path[0] == '/' && path.find('\0') == std::string::npos ? path : std::string();
+}
+
+std::string schemeOf(const std::string& address) {
+  const size_t colon = address.find(':');
+  const std::string scheme = address.substr(0, colon == std::string::npos ? 0 : colon);
+  return isScheme(scheme) ? scheme : std::string();
+}
+
 std::string resolveAddress(const std::string& text, const std::string& base) {
-  if (text.compare(0, 5, "data:") == 0) {
-    return text;
+  std::string scheme = schemeOf(text);
+  std::transform(scheme.begin(), scheme.end(), scheme.begin(), g_ascii_tolower);
+  if (scheme == "data") {
+    return scheme + text.substr(scheme.size());
   }
   const std::string address = withoutBlanks(text);
-  if (hasScheme(address)) {
-    return address;
+  if (!scheme.empty()) {
+    return scheme + address.substr(scheme.size());
   }
   GError* error = nullptr;
   char* resolved = g_uri_resolve_relative(base.c_str(), address.c_str(),

@@ -1,13 +1,21 @@
 #include "tools/npapi_host/Fetch.h"
 
 #include <utility>
+#include <vector>
 
 #include "tools/npapi_host/Address.h"
+#include "tools/npapi_host/RegularFile.h"
 
 namespace npapi_host {
 
 // The transfer waits while more than this lies unread.
 static constexpr size_t kMaxUnread = 1 << 20;
+static constexpr size_t kFilePiece = 1 << 16;
+
+// What the interface has 32 bits for; 0 is unknown.
+static uint32_t sizeOrUnknown(int64_t number) {
+  return number > 0 && number <= UINT32_MAX ? static_cast<uint32_t>(number) : 0;
+}
 
 Fetch::Fetch(const std::string& address, const std::string& userAgent,
              std::function<void()> changed)
@@ -47,21 +55,23 @@ bool Fetch::failed() const {
   return _failed;
 }
 
-std::string Fetch::take(size_t size) {
-  std::string piece;
+std::string Fetch::take() {
+  std::string bytes;
   {
     std::lock_guard<std::mutex> lock(_mutex);
-    piece = _bytes.substr(0, size);
-    _bytes.erase(0, piece.size());
+    bytes.swap(_bytes);
   }
   _room.notify_all();
-  return piece;
+  return bytes;
 }
 
 void Fetch::run() {
+  const std::string scheme = schemeOf(_address);
   bool good;
-  if (_address.compare(0, 5, "data:") == 0) {
+  if (scheme == "data") {
     good = decodeData();
+  } else if (scheme == "file") {
+    good = readFile();
   } else {
     _easy = curl_easy_init();
     good = transfer(_easy);
@@ -85,18 +95,37 @@ bool Fetch::decodeData() {
     return false;
   }
   head.address = _address;
-  head.length = static_cast<uint32_t>(bytes.size());
+  head.length = sizeOrUnknown(static_cast<int64_t>(bytes.size()));
+  publish(head);
   std::lock_guard<std::mutex> lock(_mutex);
-  _head = head;
-  _headKnown = true;
   _bytes = std::move(bytes);
   return true;
+}
+
+bool Fetch::readFile() {
+  const std::string path = pathOfFileAddress(_address);
+  const RegularFile file(path);
+  if (!file.isOpen()) {
+    return false;
+  }
+  FetchHead head;
+  head.address = _address;
+  head.type = typeOfFile(path);
+  head.length = sizeOrUnknown(file.size());
+  head.modified = sizeOrUnknown(file.modified());
+  publish(head);
+  std::vector<char> buffer(kFilePiece);
+  ssize_t count;
+  do {
+    count = file.read(buffer.data(), buffer.size());
+  } while (count > 0 && store(buffer.data(), static_cast<size_t>(count)));
+  return count == 0;
 }
 
 void Fetch::setUp(CURL* easy) {
   curl_easy_setopt(easy, CURLOPT_URL, _address.c_str());
   curl_easy_setopt(easy, CURLOPT_USERAGENT, _userAgent.c_str());
-  curl_easy_setopt(easy, CURLOPT_PROTOCOLS_STR, "file,http,https");
+  curl_easy_setopt(easy, CURLOPT_PROTOCOLS_STR, "http,https");
   curl_easy_setopt(easy, CURLOPT_REDIR_PROTOCOLS_STR, "http,https");
   curl_easy_setopt(easy, CURLOPT_FOLLOWLOCATION, 1L);
   curl_easy_setopt(easy, CURLOPT_MAXREDIRS, 20L);
@@ -165,8 +194,12 @@ void Fetch::publishHead(CURL* easy) {
   head.type = type != nullptr ? type : typeOfFile(_address);
   head.type = head.type.substr(0, head.type.find(';'));
   head.headers = head.status != 0 ? _headers : std::string();
-  head.length = length > 0 && length <= UINT32_MAX ? static_cast<uint32_t>(length) : 0;
-  head.modified = modified > 0 ? static_cast<uint32_t>(modified) : 0;
+  head.length = sizeOrUnknown(length);
+  head.modified = sizeOrUnknown(modified);
+  publish(head);
+}
+
+void Fetch::publish(const FetchHead& head) {
   std::lock_guard<std::mutex> lock(_mutex);
   if (!_headKnown) {
     _head = head;

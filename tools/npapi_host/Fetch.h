@@ -22,9 +22,9 @@ struct FetchHead {
   uint32_t modified = 0;
 };
 
-// Brings the bytes behind one absolute address (file, data, http, https) to the main thread. A
-// thread of its own does the transfer and stops when too much lies unread. The destructor cancels
-// and joins.
+// Brings the bytes behind one absolute address (file, data, http, https; in lower case) to the main
+// thread. A thread of its own does the transfer and stops when too much lies unread. Of files, only
+// regular ones are read. The destructor cancels and joins.
 class Fetch {
  public:
   // `changed` is called on the transfer's thread whenever there is something new to look at.
@@ -39,17 +39,19 @@ class Fetch {
   // The transfer is over, well or badly; bytes may still lie unread.
   bool ended() const;
   bool failed() const;
-  // Up to `size` unread bytes.
-  std::string take(size_t size);
+  // All unread bytes.
+  std::string take();
 
  private:
   static size_t receive(char* bytes, size_t size, size_t count, void* self);
   static size_t receiveHeader(char* bytes, size_t size, size_t count, void* self);
   void run();
   bool decodeData();
+  bool readFile();
   bool transfer(CURL* easy);
   void setUp(CURL* easy);
   void publishHead(CURL* easy);
+  void publish(const FetchHead& head);
   bool store(const char* bytes, size_t size);
 
   const std::string _address;

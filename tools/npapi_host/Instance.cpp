@@ -121,7 +121,7 @@ NPError Instance::fetch(const std::string& address, bool notify, void* notifyDat
     return NPERR_INVALID_INSTANCE_ERROR;
   }
   const std::string absolute = resolveAddress(address, _services.page->baseAddress());
-  const std::string scheme = absolute.substr(0, absolute.find(':'));
+  const std::string scheme = schemeOf(absolute);
   if ((scheme != "file" && scheme != "data" && scheme != "http" && scheme != "https") ||
       !_services.page->mayFetch(absolute)) {
     return NPERR_INVALID_URL;

@@ -10,6 +10,8 @@
 namespace npapi_host {
 namespace {
 
+constexpr int kRoomMilliseconds = 10000;
+
 void appendEscaped(const std::string& field, std::string* line) {
   for (const char letter : field) {
     switch (letter) {
@@ -74,7 +76,10 @@ bool LinkEnd::send(const Fields& fields) {
     if (count >= 0) {
       sent += static_cast<size_t>(count);
     } else if (errno == EAGAIN) {
-      waitFor(_descriptor, POLLOUT, -1);
+      if (!waitFor(_descriptor, POLLOUT, kRoomMilliseconds)) {
+        errno = ETIMEDOUT;
+        return false;
+      }
     } else if (errno != EINTR) {
       return false;
     }

@@ -11,7 +11,8 @@ namespace npapi_host {
 //   title TEXT | status TEXT | area ID WIDTH HEIGHT | remove ID | what the program's own window
 //   understands besides
 // Window to page:
-//   window XID (once, first) | area ID XID | closed (the user closed it; the page shall end)
+//   window XID (once, first) | area ID XID | closed (the user closed it; the page shall end) |
+//   destroyed (another program took the X window away; the last word)
 // When one side's end closes, the other side ends as well.
 using Fields = std::vector<std::string>;
 
@@ -24,7 +25,8 @@ class LinkEnd {
   LinkEnd& operator=(const LinkEnd&) = delete;
 
   int descriptor() const { return _descriptor; }
-  // Waits for room; false when the peer has gone.
+  // Waits for room, some seconds at most. False with ETIMEDOUT when the peer reads nothing, with
+  // another error number when it has gone.
   bool send(const Fields& fields);
   // The next line that has arrived. False when there is none yet.
   bool next(Fields* fields);

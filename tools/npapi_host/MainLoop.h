@@ -23,7 +23,7 @@ class MainLoop {
 
   // Any thread: runs `step` on the main thread, in order of posting.
   static void post(std::function<void()> step);
-  // Main thread: the same, not before `milliseconds` have passed. Returns the GLib source's number.
+  // Any thread: the same, not before `milliseconds` have passed. Returns the GLib source's number.
   static guint postLater(unsigned milliseconds, std::function<void()> step);
   static bool onMainThread();
 

@@ -74,7 +74,7 @@ class PageSide {
   virtual const std::string& userAgent() = 0;
   // The window with the instances' areas; null without one.
   virtual WindowLink* window() { return nullptr; }
-  // A sentence about the module, which broke a rule of the interface: "the module ...".
+  // A sentence about a rule of the interface that was broken: "the module ...", "a stream ...".
   virtual void complain(const std::string& text) = 0;
 };
 

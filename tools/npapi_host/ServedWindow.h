@@ -14,8 +14,8 @@ class ServedWindow {
  public:
   virtual ~ServedWindow() = default;
 
-  // The X window of the toplevel.
-  virtual unsigned long id() const = 0;
+  // Borrowed. Closing it is the window's process's affair.
+  virtual GtkWidget* toplevel() const = 0;
   virtual void setTitle(const std::string& title) = 0;
   virtual void setStatus(const std::string& text) = 0;
   // A plugin's area: answers the X window of its socket.

@@ -1,6 +1,7 @@
 #include "tools/npapi_host/Stream.h"
 
 #include <algorithm>
+#include <atomic>
 
 #include "tools/npapi_host/Instance.h"
 #include "tools/npapi_host/MainLoop.h"
@@ -20,30 +21,26 @@ void Stream::notifyWith(const std::string& address, void* data) {
 }
 
 void Stream::begin() {
-  const std::weak_ptr<Stream> weak = weak_from_this();
-  const auto changed = [weak] {
-    MainLoop::post([weak] {
+  _postPump = makePumpPoster();
+  const std::shared_ptr<Instance> instance = _instance.lock();
+  _fetch = std::make_unique<Fetch>(_address, instance->services().page->userAgent(),
+                                   [post = _postPump] { post(0); });
+}
+
+// The transfer's thread must not hold the stream itself, which joins it.
+std::function<void(unsigned)> Stream::makePumpPoster() {
+  const auto pending = std::make_shared<std::atomic<bool>>(false);
+  return [pending, weak = weak_from_this()](unsigned milliseconds) {
+    if (pending->exchange(true)) {
+      return;
+    }
+    MainLoop::postLater(milliseconds, [pending, weak] {
+      *pending = false;
       if (const std::shared_ptr<Stream> stream = weak.lock()) {
         stream->pump();
       }
     });
   };
-  const std::shared_ptr<Instance> instance = _instance.lock();
-  _fetch = std::make_unique<Fetch>(_address, instance->services().page->userAgent(), changed);
-}
-
-void Stream::pumpAgain(unsigned milliseconds) {
-  if (_pumpScheduled) {
-    return;
-  }
-  _pumpScheduled = true;
-  const std::weak_ptr<Stream> weak = weak_from_this();
-  MainLoop::postLater(milliseconds, [weak] {
-    if (const std::shared_ptr<Stream> stream = weak.lock()) {
-      stream->_pumpScheduled = false;
-      stream->pump();
-    }
-  });
 }
 
 // The module may run a main loop of its own inside a stream call, and the instance may end in
@@ -58,7 +55,7 @@ void Stream::pump() {
   Progress progress = _opened || open() ? Progress::kMore : Progress::kLater;
   for (int piece = 0; progress == Progress::kMore && !_closed; ++piece) {
     if (piece == kPiecesAtOnce) {
-      pumpAgain(0);  // the page's turn
+      _postPump(0);  // the page's turn
       break;
     }
     progress = writePiece(instance.get());
@@ -83,7 +80,9 @@ bool Stream::open() {
   _record.headers = _head.headers.empty() ? nullptr : _head.headers.c_str();
   uint16_t mode = NP_NORMAL;
   std::string type = _head.type;
-  const NPError code = plugin.newstream == nullptr
+  const bool takesStreams =
+      plugin.newstream != nullptr && plugin.writeready != nullptr && plugin.write != nullptr;
+  const NPError code = !takesStreams
                            ? NPERR_GENERIC_ERROR
                            : plugin.newstream(instance->npp(), type.data(), &_record, 0, &mode);
   if (_closed) {
@@ -101,29 +100,40 @@ bool Stream::open() {
   return true;
 }
 
+// False when nothing lies ready; the stream has ended then, or goes on later.
+bool Stream::takeMore() {
+  const bool ended = _fetch->ended();
+  _bytes = _fetch->take();
+  _position = 0;
+  if (_bytes.empty() && ended) {
+    close(_fetch->failed() ? NPRES_NETWORK_ERR : NPRES_DONE);
+  }
+  return !_bytes.empty();
+}
+
 Stream::Progress Stream::writePiece(Instance* instance) {
   const NPPluginFuncs& plugin = *instance->services().plugin;
-  if (_piece.empty()) {
-    const bool ended = _fetch->ended();
-    _piece = _fetch->take(kPieceSize);
-    if (_piece.empty()) {
-      if (ended) {
-        close(_fetch->failed() ? NPRES_NETWORK_ERR : NPRES_DONE);
-      }
-      return Progress::kLater;
-    }
+  if (_position == _bytes.size() && !takeMore()) {
+    return Progress::kLater;
   }
   const int32_t ready = plugin.writeready(instance->npp(), &_record);
   if (_closed) {
     return Progress::kClosed;
   }
   if (ready <= 0) {
-    pumpAgain(kRetryMilliseconds);
+    _postPump(kRetryMilliseconds);
     return Progress::kLater;
   }
-  const int32_t size = std::min(ready, static_cast<int32_t>(_piece.size()));
-  std::string bytes = _piece.substr(0, size);
-  const int32_t accepted = plugin.write(instance->npp(), &_record, _offset, size, bytes.data());
+  const auto size =
+      std::min(ready, static_cast<int32_t>(std::min(kPieceSize, _bytes.size() - _position)));
+  if (size > INT32_MAX - _offset) {
+    instance->services().page->complain("a stream of more than 2 GiB is not delivered: " +
+                                        _address);
+    close(NPRES_NETWORK_ERR);
+    return Progress::kClosed;
+  }
+  const int32_t accepted =
+      plugin.write(instance->npp(), &_record, _offset, size, &_bytes[_position]);
   if (_closed) {
     return Progress::kClosed;
   }
@@ -131,10 +141,10 @@ Stream::Progress Stream::writePiece(Instance* instance) {
     close(NPRES_NETWORK_ERR);
     return Progress::kClosed;
   }
-  _piece.erase(0, std::min(accepted, size));
+  _position += static_cast<size_t>(std::min(accepted, size));
   _offset += std::min(accepted, size);
   if (accepted == 0) {
-    pumpAgain(kRetryMilliseconds);
+    _postPump(kRetryMilliseconds);
     return Progress::kLater;
   }
   return Progress::kMore;

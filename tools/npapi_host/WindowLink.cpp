@@ -13,11 +13,13 @@
 #include <cstdlib>
 #include <utility>
 
+#include "tools/npapi_host/LostWindows.h"
 #include "tools/npapi_host/WindowProcess.h"
 
 namespace npapi_host {
 
 static constexpr int kAnswerMilliseconds = 10000;
+static constexpr int kEndTries = 200;  // of 10 milliseconds
 
 // The child; `descriptor` is its end of the pair. Only async-signal-safe calls before exec.
 static pid_t startWindowProcess(int descriptor) {
@@ -32,6 +34,18 @@ static pid_t startWindowProcess(int descriptor) {
   return process;
 }
 
+// Its end of the pair is closed already.
+static void endProcess(pid_t process) {
+  for (int tries = 0; waitpid(process, nullptr, WNOHANG) == 0; ++tries) {
+    if (tries == kEndTries) {
+      kill(process, SIGKILL);
+      waitpid(process, nullptr, 0);
+      return;
+    }
+    g_usleep(10000);
+  }
+}
+
 bool WindowLink::openDisplay(std::string* reason) {
   if (gtk_init_check(nullptr, nullptr) == FALSE) {
     const char* display = std::getenv("DISPLAY");
@@ -39,6 +53,7 @@ bool WindowLink::openDisplay(std::string* reason) {
                                                      : std::string(display) + " does not answer";
     return false;
   }
+  tolerateLostWindows();
   // The plugin's area is part of the page's surface, whatever the desktop's theme.
   gtk_rc_parse_string(
       "style \"area\" { bg[NORMAL] = \"#ffffff\" } widget_class \"GtkPlug\" style \"area\"");
@@ -76,7 +91,7 @@ WindowLink::~WindowLink() {
   }
   shutdown(_link.descriptor(), SHUT_RDWR);
   if (_process > 0) {
-    waitpid(_process, nullptr, 0);
+    endProcess(_process);
   }
 }
 
@@ -103,7 +118,7 @@ bool WindowLink::readAnswers() {
     handle(fields);
   }
   if (!connected) {
-    setClosed();
+    setClosed("the window's process has ended unexpectedly");
   }
   return connected;
 }
@@ -115,41 +130,56 @@ void WindowLink::handle(const Fields& fields) {
     _areaId = std::strtoull(fields[1].c_str(), nullptr, 10);
     _area = std::strtoul(fields[2].c_str(), nullptr, 10);
   } else if (fields[0] == "closed") {
-    setClosed();
+    setClosed("");
+  } else if (fields[0] == "destroyed") {
+    setClosed("another program has destroyed the window");
   }
 }
 
-void WindowLink::setClosed() {
+void WindowLink::setClosed(const std::string& problem) {
   if (!_closed) {
     _closed = true;
+    _problem = problem;
     if (_onClosed) {
-      _onClosed();
+      _onClosed(problem);
     }
   }
 }
 
-void WindowLink::onClosed(std::function<void()> function) {
+void WindowLink::onClosed(Closed function) {
   _onClosed = std::move(function);
-  if (_closed) {
-    _onClosed();
+  if (_closed && _onClosed) {
+    _onClosed(_problem);
+  }
+}
+
+// What the window says last is heard before its end is.
+void WindowLink::send(const Fields& fields) {
+  if (_closed || _link.send(fields)) {
+    return;
+  }
+  const bool silent = errno == ETIMEDOUT;
+  readAnswers();
+  if (silent) {
+    setClosed("the window's process does not answer");
   }
 }
 
 unsigned long WindowLink::addArea(uint64_t id, int width, int height) {
   _areaId = 0;
-  if (!_link.send({"area", std::to_string(id), std::to_string(width), std::to_string(height)})) {
-    return 0;
-  }
-  while (_areaId != id && _link.waitReadable(kAnswerMilliseconds)) {
-    if (!readAnswers()) {
-      break;
+  send({"area", std::to_string(id), std::to_string(width), std::to_string(height)});
+  while (_areaId != id && !_closed) {
+    if (!_link.waitReadable(kAnswerMilliseconds)) {
+      setClosed("the window's process does not answer");
+    } else {
+      readAnswers();
     }
   }
   return _areaId == id ? _area : 0;
 }
 
 void WindowLink::removeArea(uint64_t id) {
-  _link.send({"remove", std::to_string(id)});
+  send({"remove", std::to_string(id)});
 }
 
 void WindowLink::describeScreen(NPSetWindowCallbackStruct* screen) {

@@ -23,7 +23,7 @@ class WindowLink {
   // Starts the other process; the display must be open. Null, with a message, when it does not
   // start.
   static std::unique_ptr<WindowLink> open(const std::string& title, std::string* error);
-  // Ends the window's process.
+  // Ends the window's process, by force when it does not go.
   ~WindowLink();
   WindowLink(const WindowLink&) = delete;
   WindowLink& operator=(const WindowLink&) = delete;
@@ -36,10 +36,12 @@ class WindowLink {
 
   void status(const std::string& text) { send({"status", text}); }
   // A request that the program's own window understands, see ServedWindow.
-  void send(const Fields& fields) { _link.send(fields); }
+  void send(const Fields& fields);
 
-  // Called once, when the user has closed the window or its process has gone.
-  void onClosed(std::function<void()> function);
+  // Called once, when there is no window any more: without a text when the user has closed it, else
+  // with a sentence that says what became of it.
+  using Closed = std::function<void(const std::string& problem)>;
+  void onClosed(Closed function);
   bool closed() const { return _closed; }
 
   // What a module is told about the screen that its window is on.
@@ -52,7 +54,7 @@ class WindowLink {
   static int readable(int descriptor, int condition, void* self);
   bool readAnswers();
   void handle(const Fields& fields);
-  void setClosed();
+  void setClosed(const std::string& problem);
 
   LinkEnd _link;
   const pid_t _process;
@@ -61,7 +63,8 @@ class WindowLink {
   uint64_t _areaId = 0;
   unsigned long _area = 0;
   bool _closed = false;
-  std::function<void()> _onClosed;
+  std::string _problem;
+  Closed _onClosed;
 };
 
 }  // namespace npapi_host

@@ -1,13 +1,16 @@
 #include "tools/npapi_host/WindowProcess.h"
 
+#include <gdk/gdkx.h>
 #include <glib-unix.h>
 #include <gtk/gtk.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <cstdlib>
 #include <string>
 
 #include "tools/npapi_host/LinkProtocol.h"
+#include "tools/npapi_host/LostWindows.h"
 
 namespace npapi_host {
 namespace {
@@ -16,14 +19,32 @@ namespace {
 class WindowServer {
  public:
   WindowServer(int descriptor, const WindowMaker& makeWindow)
-      : _link(descriptor), _window(makeWindow([this] { _link.send({"closed"}); })) {
-    _link.send({"window", std::to_string(_window->id())});
+      : _link(descriptor), _window(makeWindow()) {
+    GtkWidget* toplevel = _window->toplevel();
+    g_signal_connect(toplevel, "delete-event", G_CALLBACK(deleted), this);
+    g_signal_connect(toplevel, "destroy-event", G_CALLBACK(destroyed), this);
+    _link.send({"window", std::to_string(GDK_WINDOW_XID(gtk_widget_get_window(toplevel)))});
     g_unix_fd_add(descriptor, static_cast<GIOCondition>(G_IO_IN | G_IO_HUP), readable, this);
   }
   WindowServer(const WindowServer&) = delete;
   WindowServer& operator=(const WindowServer&) = delete;
 
+  ~WindowServer() { g_signal_handlers_disconnect_by_data(_window->toplevel(), this); }
+
  private:
+  // The window is only hidden: the plugin inside is taken down by its own process first.
+  static gboolean deleted(GtkWidget* toplevel, GdkEvent*, gpointer self) {
+    gtk_widget_hide(toplevel);
+    static_cast<WindowServer*>(self)->_link.send({"closed"});
+    return TRUE;
+  }
+
+  // By another program. What is left of the window cannot be used any more.
+  static gboolean destroyed(GtkWidget*, GdkEvent*, gpointer self) {
+    static_cast<WindowServer*>(self)->_link.send({"destroyed"});
+    _exit(0);
+  }
+
   static gboolean readable(gint, GIOCondition, gpointer self) {
     WindowServer* server = static_cast<WindowServer*>(self);
     const bool connected = server->_link.fill();
@@ -84,6 +105,7 @@ int runWindowProcess(int descriptor, const WindowMaker& makeWindow) {
   if (gtk_init_check(nullptr, nullptr) == FALSE) {
     return 1;
   }
+  tolerateLostWindows();
   WindowServer server(descriptor, makeWindow);
   gtk_main();
   return 0;

@@ -12,8 +12,8 @@ namespace npapi_host {
 // its end of the socket pair. A program that opens a WindowLink must serve this option.
 constexpr char kWindowProcessOption[] = "--window-process";
 
-// Makes the window; the function given to it is to be called when the user closes the window.
-using WindowMaker = std::function<std::unique_ptr<ServedWindow>(std::function<void()> closed)>;
+// Makes the window, and shows it.
+using WindowMaker = std::function<std::unique_ptr<ServedWindow>()>;
 
 // Whether these arguments start the window's process; then `descriptor` is its end of the pair.
 bool isWindowProcess(int argc, char** argv, int* descriptor);

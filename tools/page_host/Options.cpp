@@ -36,12 +36,13 @@ error, setTimeout, setInterval and their clear functions, promises, JSON, window
   page.args, page.env(name), page.write(text), page.isTerminal, page.columns, page.hasWindow,
   page.exists(path), page.fileSize(path), page.readFile(path), page.sameFiles(a, b),
   page.progress(id, fraction, text), page.heldObjects()
-Relative addresses that the plugin fetches are taken from the script's directory.
+Relative addresses that the plugin fetches are taken from the page's: the script's directory, or the
+host of --hostname. With a host name the page is one from the network, and gets no file: addresses.
 
 Like a page in a browser, the script's page lives until quit() is called, its window is closed, or
 the time is over; a script that throws while it is being loaded ends it as well. The exit code is
-that of quit(code); 1 when a page exception was not caught or the module broke a rule of the
-interface, 2 for wrong options or when the page could not be set up.
+that of quit(code); 1 when a page exception was not caught, the module broke a rule of the
+interface or the window was lost, 2 for wrong options or when the page could not be set up.
 )";
 
 bool fail(const std::string& message) {

@@ -63,13 +63,20 @@ int Page::run() {
   return exitCode();
 }
 
-bool Page::setUp(std::string* error) {
+bool Page::readScript(std::string* error) {
   std::ifstream file(_options.script, std::ios::binary);
   if (!file || std::filesystem::is_directory(_options.script)) {
     *error = "the page script " + _options.script + " cannot be read";
     return false;
   }
   _source.assign(std::istreambuf_iterator<char>(file), {});
+  return true;
+}
+
+bool Page::setUp(std::string* error) {
+  if (!readScript(error)) {
+    return false;
+  }
   const std::string path =
       npapi_host::Module::find(_options.modulePath, "name it with --module", error);
   if (path.empty() || (_options.window && !openWindow(error)) || !_plugins.load(path, error)) {
@@ -107,12 +114,24 @@ bool Page::openWindow(std::string* error) {
     return false;
   }
   _window->status("Running");
-  _window->onClosed([this] { quit(0); });
+  _window->onClosed([this](const std::string& problem) { windowClosed(problem); });
   _console.setMirror([this](Console::Level level, const std::string& text) {
     static const char* const kKinds[] = {"log", "warning", "error"};
     _window->send({"print", kKinds[static_cast<int>(level)], text});
   });
   return true;
+}
+
+// Nothing when the user closed it.
+void Page::sayOfWindow(const std::string& problem) {
+  if (!problem.empty()) {
+    _console.print(Console::Level::kError, "orvane-page-host: " + problem);
+  }
+}
+
+void Page::windowClosed(const std::string& problem) {
+  sayOfWindow(problem);
+  quit(problem.empty() ? 0 : kExitPageError);
 }
 
 void Page::runScript() {
@@ -151,9 +170,12 @@ void Page::waitForUser() {
   _timers->clearAll();
   _window->status(exitCode() == 0 ? "Done" : "Ended with code " + std::to_string(exitCode()));
   MainLoop waiting;
-  _window->onClosed([&waiting] { waiting.quit(); });
+  _window->onClosed([&](const std::string& problem) {
+    sayOfWindow(problem);
+    waiting.quit();
+  });
   waiting.run();
-  _window->onClosed([] {});
+  _window->onClosed(nullptr);
 }
 
 void Page::tearDown() {

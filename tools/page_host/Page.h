@@ -51,7 +51,10 @@ class Page {
 
  private:
   bool setUp(std::string* error);
+  bool readScript(std::string* error);
   bool openWindow(std::string* error);
+  void sayOfWindow(const std::string& problem);
+  void windowClosed(const std::string& problem);
   void runScript();
   void endNested();
   void waitForUser();

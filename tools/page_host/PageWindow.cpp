@@ -3,7 +3,6 @@
 #include <gdk/gdkx.h>
 
 #include <algorithm>
-#include <utility>
 
 namespace page_host {
 namespace {
@@ -59,6 +58,7 @@ widget "*.GtkVScrollbar" style "scrollbar"
 
 constexpr int kMargin = 12;
 constexpr int kMaxOutputLines = 5000;
+constexpr long kMaxLineCharacters = 4000;
 
 GtkWidget* named(GtkWidget* widget, const char* name) {
   gtk_widget_set_name(widget, name);
@@ -91,17 +91,25 @@ std::string valid(const std::string& text) {
   return result;
 }
 
+// Laying out a line takes seconds from some 100,000 characters on.
+std::string shortened(const std::string& line) {
+  const long excess = g_utf8_strlen(line.c_str(), -1) - kMaxLineCharacters;
+  if (excess <= 0) {
+    return line;
+  }
+  const char* end = g_utf8_offset_to_pointer(line.c_str(), kMaxLineCharacters);
+  return std::string(line.c_str(), end) + " ... (" + std::to_string(excess) + " characters more)";
+}
+
 }  // namespace
 
-PageWindow::PageWindow(std::function<void()> closed)
-    : _closed(std::move(closed)),
-      _window(gtk_window_new(GTK_WINDOW_TOPLEVEL)),
+PageWindow::PageWindow()
+    : _window(gtk_window_new(GTK_WINDOW_TOPLEVEL)),
       _areaBox(gtk_vbox_new(FALSE, kMargin)),
       _progressBox(gtk_vbox_new(FALSE, 6)) {
   gtk_rc_parse_string(kLook);
   named(_window, "orvane-page");
   gtk_window_set_default_size(GTK_WINDOW(_window), 560, 560);
-  g_signal_connect(_window, "delete-event", G_CALLBACK(deleted), this);
 
   GtkWidget* content = gtk_vbox_new(FALSE, kMargin);
   gtk_container_set_border_width(GTK_CONTAINER(content), kMargin);
@@ -159,16 +167,6 @@ GtkWidget* PageWindow::makeOutput() {
   return framed(scroller, "orvane-surface");
 }
 
-gboolean PageWindow::deleted(GtkWidget* widget, GdkEvent*, gpointer self) {
-  gtk_widget_hide(widget);
-  static_cast<PageWindow*>(self)->_closed();
-  return TRUE;
-}
-
-unsigned long PageWindow::id() const {
-  return GDK_WINDOW_XID(gtk_widget_get_window(_window));
-}
-
 void PageWindow::setTitle(const std::string& title) {
   setMarkup(_title, "size=\"large\" weight=\"bold\" foreground=\"#ffffff\"", valid(title));
   gtk_window_set_title(GTK_WINDOW(_window), (valid(title) + " - Orvane Page Host").c_str());
@@ -213,7 +211,7 @@ void PageWindow::print(const std::string& kind, const std::string& text) {
   GtkTextBuffer* buffer = gtk_text_view_get_buffer(GTK_TEXT_VIEW(_output));
   GtkTextIter end;
   gtk_text_buffer_get_end_iter(buffer, &end);
-  const std::string line = valid(text);
+  const std::string line = shortened(valid(text));
   if (gtk_text_buffer_get_char_count(buffer) > 0) {
     gtk_text_buffer_insert(buffer, &end, "\n", 1);
   }

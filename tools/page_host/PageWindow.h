@@ -1,7 +1,6 @@
 #ifndef TOOLS_PAGE_HOST_PAGE_WINDOW_H_
 #define TOOLS_PAGE_HOST_PAGE_WINDOW_H_
 
-#include <functional>
 #include <map>
 #include <string>
 
@@ -13,14 +12,12 @@ namespace page_host {
 // progress bars, and the page's output. For the window's process only.
 class PageWindow : public npapi_host::ServedWindow {
  public:
-  // `closed` is called when the user closes the window, which is then only hidden: the plugin
-  // inside is taken down by its own process first.
-  explicit PageWindow(std::function<void()> closed);
+  PageWindow();
   ~PageWindow() override;
   PageWindow(const PageWindow&) = delete;
   PageWindow& operator=(const PageWindow&) = delete;
 
-  unsigned long id() const override;
+  GtkWidget* toplevel() const override { return _window; }
   void setTitle(const std::string& title) override;
   void setStatus(const std::string& text) override;
   unsigned long addArea(const std::string& id, int width, int height) override;
@@ -31,13 +28,11 @@ class PageWindow : public npapi_host::ServedWindow {
  private:
   void print(const std::string& kind, const std::string& text);
   void setProgress(const std::string& id, double fraction, const std::string& text);
-  static gboolean deleted(GtkWidget* widget, GdkEvent* event, gpointer self);
   static gboolean scrollToEnd(gpointer self);
   void showEnd();
   GtkWidget* makeHeading();
   GtkWidget* makeOutput();
 
-  std::function<void()> _closed;
   GtkWidget* _window;
   GtkWidget* _title = nullptr;
   GtkWidget* _status = nullptr;

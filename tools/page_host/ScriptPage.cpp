@@ -168,12 +168,13 @@ bool ScriptPage::enumerate(PageRef object, std::vector<const Identifier*>* names
   return true;
 }
 
-bool ScriptPage::mayFetch(const std::string&) {
-  return true;
+// A page from the network has no business with the user's files.
+bool ScriptPage::mayFetch(const std::string& address) {
+  return _page->options().hostname.empty() || npapi_host::schemeOf(address) != "file";
 }
 
 std::string ScriptPage::baseAddress() {
-  return npapi_host::fileAddress(_page->options().script);
+  return _page->address();
 }
 
 std::string ScriptPage::origin() {

@@ -1,7 +1,6 @@
 #include <curl/curl.h>
 
 #include <memory>
-#include <utility>
 
 #include "tools/npapi_host/WindowProcess.h"
 #include "tools/page_host/Options.h"
@@ -11,9 +10,8 @@
 int main(int argc, char** argv) {
   int descriptor = -1;
   if (npapi_host::isWindowProcess(argc, argv, &descriptor)) {
-    return npapi_host::runWindowProcess(descriptor, [](std::function<void()> closed) {
-      return std::make_unique<page_host::PageWindow>(std::move(closed));
-    });
+    return npapi_host::runWindowProcess(descriptor,
+                                        [] { return std::make_unique<page_host::PageWindow>(); });
   }
   page_host::Options options;
   switch (page_host::parseOptions(argc, argv, &options)) {

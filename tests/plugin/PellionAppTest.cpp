@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <filesystem>
 #include <future>
 #include <new>
@@ -88,14 +89,12 @@ TEST_F(PellionApp, followsTheApplicationToAnotherPortAndTakesAnyAnswer) {
 
 TEST_F(PellionApp, followsAlsoWhenAnotherThreadHasReadTheNewAddressFirst) {
   ScriptedServer moved(httpResponse("{}"));
-  ScriptedServer* old = nullptr;
-  bool otherFollowed = false;
+  std::atomic<bool> otherFollowed{false};
   ScriptedServer leaving([&](int, const std::string&, size_t) {
-    old->refuseFurther();
+    leaving.refuseFurther();
     writeUrlFile(moved.port());
     otherFollowed = App::isRunning();
   });
-  old = &leaving;
   writeUrlFile(leaving.port());
   EXPECT_TRUE(App::isRunning());
   EXPECT_TRUE(otherFollowed);

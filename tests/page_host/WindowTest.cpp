@@ -49,6 +49,12 @@ class PageWindow : public PageRunner {
     XFlush(_connection);
   }
 
+  // As xkill does.
+  void killClient() {
+    XKillClient(_connection, window());
+    XFlush(_connection);
+  }
+
   static Window window() { return std::stoul(user::waitForWindow(kTitle)); }
 
   // Red, green and blue of a point of the page's window.
@@ -154,6 +160,7 @@ TEST_F(PageWindow, endsThePageWithASentenceWhenItIsLost) {
       {"the window's process has ended unexpectedly", [&] { kill(child(), SIGKILL); }},
       {"the window's process does not answer", [&] { kill(child(), SIGSTOP); }},
       {"another program has destroyed the window", [&] { destroyWindow(); }},
+      {"another program has destroyed the window", [&] { killClient(); }},
   };
   setenv("PROBE_TRACE", "1", 1);
   for (const auto& row : kRows) {

@@ -20,6 +20,8 @@ class WindowServer {
  public:
   WindowServer(int descriptor, const WindowMaker& makeWindow)
       : _link(descriptor), _window(makeWindow()) {
+    theServer = this;
+    XSetIOErrorHandler(cutOff);
     GtkWidget* toplevel = _window->toplevel();
     g_signal_connect(toplevel, "delete-event", G_CALLBACK(deleted), this);
     g_signal_connect(toplevel, "destroy-event", G_CALLBACK(destroyed), this);
@@ -40,9 +42,15 @@ class WindowServer {
   }
 
   // By another program. What is left of the window cannot be used any more.
-  static gboolean destroyed(GtkWidget*, GdkEvent*, gpointer self) {
-    static_cast<WindowServer*>(self)->_link.send({"destroyed"});
+  static gboolean destroyed(GtkWidget*, GdkEvent*, gpointer) {
+    theServer->_link.send({"destroyed"});
     _exit(0);
+  }
+
+  // The same with this program's connection to the display, as xkill does it.
+  static int cutOff(Display*) {
+    destroyed(nullptr, nullptr, nullptr);
+    return 0;
   }
 
   static gboolean readable(gint, GIOCondition, gpointer self) {
@@ -76,9 +84,13 @@ class WindowServer {
     }
   }
 
+  static WindowServer* theServer;
+
   LinkEnd _link;
   std::unique_ptr<ServedWindow> _window;
 };
+
+WindowServer* WindowServer::theServer = nullptr;
 
 gboolean keepSocket(GtkSocket*, gpointer) {
   return TRUE;

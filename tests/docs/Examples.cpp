@@ -67,7 +67,8 @@ std::vector<Example> readExamples(const std::string& path) {
       continue;
     }
     const std::string script = (*at)[4];
-    examples.push_back({(*at)[2], (*at)[3], parameters, script, found(script, "// prints: (.*)")});
+    examples.push_back(
+        {path, (*at)[2], (*at)[3], parameters, script, found(script, "// prints: (.*)")});
     if (examples.back().name.empty() || examples.back().prints.empty()) {
       throw std::runtime_error("an example without a name, or that prints nothing:\n" + script);
     }

@@ -14,6 +14,7 @@ namespace docs {
 //
 // An embed element in an "html" block above it, below the same heading, gives its parameters.
 struct Example {
+  std::string page;  // of the documentation, by its path from the top
   std::string name;
   std::string user;  // what somebody does at the screen; empty: nothing
   std::vector<std::pair<std::string, std::string>> parameters;

@@ -7,6 +7,7 @@
 #include <set>
 #include <sstream>
 
+#include "tests/docs/ExamplePage.h"
 #include "tests/docs/Examples.h"
 #include "tests/examples/ApplicationPage.h"
 #include "tests/support/ChildProgram.h"
@@ -40,7 +41,8 @@ class DocExample : public test_support::ApplicationPage,
                    public testing::WithParamInterface<Example> {
  protected:
   DocExample() {
-    for (const char* folder : {"picked", "received", ".local/share", ".config/gtk-2.0"}) {
+    docs::writeFiles(home());
+    for (const char* folder : {".local/share", ".config/gtk-2.0"}) {
       fs::create_directories(path(folder));
     }
     for (const char* variable : {"XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_CACHE_HOME"}) {
@@ -49,9 +51,6 @@ class DocExample : public test_support::ApplicationPage,
     test_support::writeFile(
         path(".config/gtk-2.0/gtkfilechooser.ini"),
         "[Filechooser Settings]\nLocationMode=filename-entry\nStartupMode=cwd\n");
-    for (const char* name : {"notes.txt", "report.pdf", "at 9:30.txt"}) {
-      test_support::writeFile(path(name), name);
-    }
     const char pixel[] = {char(kPictureColor >> 16), char(kPictureColor >> 8 & 0xFF),
                           char(kPictureColor & 0xFF)};
     std::string picture = "P6 400 400 255\n";
@@ -85,7 +84,18 @@ class DocExample : public test_support::ApplicationPage,
                                          "file://" + path("picture.ppm"));
       options.insert(options.end(), {"--param", name + "=" + value});
     }
-    startPage(preamble + example.script, options);
+    const bool awaits = example.page == docs::kPromiseApi;
+    startPage(preamble + (awaits ? runnerOf(example) : example.script), options);
+  }
+
+  // Runs an example of the promise API in a page that has only as much of a document as it needs.
+  std::string runnerOf(const Example& example) {
+    test_support::writeFile(path("module"), docs::readProjectFile("web/orvane-web.mjs"));
+    test_support::writeFile(path("example"), example.script);
+    return docs::readProjectFile("tests/docs/page_host_document.js") +
+           docs::readProjectFile("tests/docs/promise_runner.js") + "runExample(page.readFile('" +
+           path("module") + "'), page.readFile('" + path("example") +
+           "'), { plugin, source, upload, target }, (line) => console.log(line));";
   }
 
   // Drops the files from a program beside the page.
@@ -116,23 +126,12 @@ class DocExample : public test_support::ApplicationPage,
   void act(const std::string& step) {
     const size_t blank = std::min(step.find(' '), step.size());
     const std::string what = step.substr(0, blank);
-    const std::string object = blank < step.size() ? step.substr(blank + 1) : "";
     if (what == "drop") {
-      EXPECT_EQ(drop(object)->readLine(), "accepted");
-    } else if (what == "open") {
-      user::choosePath("Open", path(object));
-    } else if (what == "folder") {
-      user::choosePath("Select Folder", path(object));
-    } else if (what == "save") {
-      user::choosePath("Save As", path(object));
-    } else if (what == "cancel") {
-      user::cancel(object);
-    } else if (what == "window") {
-      user::waitForWindow(object);
+      EXPECT_EQ(drop(step.substr(blank + 1))->readLine(), "accepted");
     } else if (what == "picture") {
       EXPECT_TRUE(test_support::waitFor([&] { return areaColor() == kPictureColor; }));
-    } else if (!what.empty()) {
-      ADD_FAILURE() << "nobody knows how to " << step;
+    } else {
+      docs::act(step, home());
     }
   }
 
@@ -150,19 +149,7 @@ TEST_P(DocExample, printsWhatThePageSays) {
   }
   const auto result = finishPage();
   EXPECT_TRUE(staysOpen || result.code == 0) << result.err;
-  std::vector<std::string> expected = example.prints;
-  std::istringstream lines(result.out);
-  for (std::string line; std::getline(lines, line);) {
-    const auto found = std::find_if(expected.begin(), expected.end(), [&](const auto& pattern) {
-      return docs::matches(line, pattern);
-    });
-    if (found == expected.end()) {
-      ADD_FAILURE() << "not expected: " << line;
-    } else {
-      expected.erase(found);
-    }
-  }
-  EXPECT_TRUE(expected.empty()) << "missing: " << expected.front() << "\n" << result.err;
+  EXPECT_EQ(docs::difference(example, result.out), "") << result.err;
 }
 
 std::string testName(const testing::TestParamInfo<Example>& test) {
@@ -173,10 +160,13 @@ INSTANTIATE_TEST_SUITE_P(PageApi, DocExample,
                          testing::ValuesIn(docs::readExamples("docs/page-api.md")), testName);
 INSTANTIATE_TEST_SUITE_P(Events, DocExample,
                          testing::ValuesIn(docs::readExamples("docs/events.md")), testName);
+INSTANTIATE_TEST_SUITE_P(PromiseApi, DocExample,
+                         testing::ValuesIn(docs::readExamples(docs::kPromiseApi)), testName);
 
 // QtWebKit never shows the area, so that this host stands in for a browser.
 TEST_F(DocExample, aDropObserverMayRemoveItsElement) {
   startExample({"",
+                "",
                 "",
                 {{"drop-mode", "callback"}},
                 R"(orvane.eventHandler = () => console.log('an event for the dead');
@@ -193,6 +183,17 @@ TEST_F(DocExample, aDropObserverMayRemoveItsElement) {
   const auto result = finishPage();
   EXPECT_EQ(result.out, "notes.txt\n3.1\n");
   EXPECT_EQ(result.code, 0) << result.err;
+}
+
+TEST_F(DocExample, thePromiseModuleUsesNothingButTheExtensionsPromises) {
+  std::string module = docs::readProjectFile("web/orvane-web.mjs");
+  startPage(std::regex_replace(module, std::regex("\nexport "), "\n") +
+                docs::readProjectFile("tests/docs/promise_module_checks.js") +
+                "checkModule(console.log).then(() => console.log('checked'), console.log)"
+                ".then(() => quit(0));",
+            {"--module", MODULE});
+  const auto result = finishPage();
+  EXPECT_EQ(result.out, "checked\n") << result.err;
 }
 
 TEST(PageApi, hasASectionAndAnExampleForEverythingThatAPageCanUse) {

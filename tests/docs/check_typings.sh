@@ -1,6 +1,6 @@
 #!/bin/sh
-# Compiles the sample with the typings, and a page that misuses them, which must fail in each line. Installs
-# the compiler into DIRECTORY once. Exit code 77 when it cannot be had. Usage: check_typings.sh WEB DIRECTORY
+# Compiles the samples with the typings, and pages that misuse them, which must fail in each line; and checks
+# the module by its comments. Installs the compiler into DIRECTORY once. Exit code 77 when it cannot be had. Usage: check_typings.sh WEB DIRECTORY
 set -eu
 web=$(realpath "$1")
 mkdir -p "$2"
@@ -23,10 +23,11 @@ fi
 
 compile() {
   cd "$directory" && "$tsc" --noEmit --strict --noUnusedLocals --noImplicitReturns --target es2017 \
-    --lib es2017,dom "$@"
+    --lib es2018,dom --module es2020 --moduleResolution bundler "$@"
 }
 
-compile "$web/sample.ts"
+compile --allowJs --checkJs "$web/sample.ts" "$web/sample.mts" "$web/../tests/docs/promise_misuses.mts" \
+  "$web/orvane-web.mjs"
 
 misuses=$directory/misuses.ts
 cat >"$misuses" <<END
@@ -59,3 +60,13 @@ grep -o '{"[A-Za-z]*", &Plugin::' "$web/../browsers/npapi_common/ovOrvaneWebScri
 sed -n '/interface Plugin {/,/^  }/s/^    \([a-zA-Z]*\)(.*/\1/p' "$web/orvane-web.d.ts" |
   sort >"$directory/typed"
 diff "$directory/methods" "$directory/typed"
+
+# The module has them as well, but for those that its own methods take the place of.
+grep -v 'Async$\|^pellionHttpRequest$' "$directory/methods" | while read -r method; do
+  for file in orvane-web.mjs orvane-web.d.mts; do
+    grep -q "^  $method(\|'$method'" "$web/$file" || {
+      echo "Missing in $file: $method"
+      exit 1
+    }
+  done
+done

@@ -1,0 +1,153 @@
+#include "tests/web_host/HostProcess.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <stdexcept>
+
+#include "tests/support/Sandbox.h"
+#include "tests/support/WaitFor.h"
+#include "tools/json/JsonDocument.h"
+#include "tools/web_host/FrameParser.h"
+
+namespace test_support {
+
+namespace fs = std::filesystem;
+
+HostProcess::HostProcess(const std::string& errorFile) {
+  int in[2];
+  int out[2];
+  if (pipe2(in, O_CLOEXEC) != 0 || pipe2(out, O_CLOEXEC) != 0) {
+    throw std::runtime_error("no pipe");
+  }
+  _pid = fork();
+  if (_pid == 0) {
+    dup2(in[0], 0);
+    dup2(out[1], 1);
+    dup2(open(errorFile.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600), 2);
+    execl(WEB_HOST_PROGRAM, WEB_HOST_PROGRAM, "chrome-extension://extension/", nullptr);
+    _exit(127);
+  }
+  close(in[0]);
+  close(out[1]);
+  _input = in[1];
+  _output = out[0];
+}
+
+HostProcess::~HostProcess() {
+  closeInput();
+  if (_pid > 0) {
+    wait();
+  }
+  close(_output);
+}
+
+void HostProcess::sendBytes(const std::string& bytes) {
+  size_t done = 0;
+  while (done < bytes.size()) {
+    const ssize_t size = write(_input, bytes.data() + done, bytes.size() - done);
+    if (size <= 0) {
+      throw std::runtime_error("the host does not read");
+    }
+    done += static_cast<size_t>(size);
+  }
+}
+
+void HostProcess::send(const std::string& text) {
+  sendBytes(web_host::frameOf(text));
+}
+
+void HostProcess::greet(const std::string& origin, const std::string& address, bool isPrivate) {
+  send(R"({"hello":1,"origin":")" + origin + R"(","address":")" + address +
+       R"(","agent":"Browser/1","browser":"firefox","version":"1","private":)" +
+       (isPrivate ? "true}" : "false}"));
+  EXPECT_EQ(receive(), R"({"hello":1,"version":")" ORVANE_VERSION R"("})");
+}
+
+std::string HostProcess::receiveFrame() {
+  std::string bytes;
+  size_t wanted = sizeof(uint32_t);
+  while (bytes.size() < wanted) {
+    pollfd watched = {_output, POLLIN, 0};
+    if (poll(&watched, 1, 20000) <= 0) {
+      throw std::runtime_error("no message");
+    }
+    char buffer[65536];
+    const ssize_t size = read(_output, buffer, std::min(sizeof(buffer), wanted - bytes.size()));
+    if (size <= 0) {
+      return std::string();
+    }
+    bytes.append(buffer, static_cast<size_t>(size));
+    if (bytes.size() == sizeof(uint32_t)) {
+      wanted += *reinterpret_cast<const uint32_t*>(bytes.data());
+    }
+  }
+  EXPECT_LE(wanted, 1024u * 1024);
+  return bytes.substr(sizeof(uint32_t));
+}
+
+std::string HostProcess::receive() {
+  std::string text;
+  for (_frames = 1;; ++_frames) {
+    const std::string frame = receiveFrame();
+    if (frame.compare(0, 9, "{\"piece\":") != 0) {
+      return frame;
+    }
+    const json::JsonDocument piece(frame);
+    EXPECT_EQ(json::JsonDocument::string(piece.root(), {"piece"}), std::to_string(_frames - 1));
+    text += json::JsonDocument::string(piece.root(), {"text"}).value();
+    if (json::JsonDocument::string(piece.root(), {"of"}) == std::to_string(_frames)) {
+      return text;
+    }
+  }
+}
+
+void HostProcess::closeInput() {
+  if (_input >= 0) {
+    close(_input);
+    _input = -1;
+  }
+}
+
+int HostProcess::wait() {
+  if (_pid > 0) {
+    int status = 0;
+    if (!waitFor([&] { return waitpid(_pid, &status, WNOHANG) == _pid; })) {
+      kill(_pid, SIGKILL);
+      waitpid(_pid, &status, 0);
+    }
+    _pid = -1;
+    _status = WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
+  }
+  return _status;
+}
+
+void setUpHost(const std::string& home) {
+  signal(SIGPIPE, SIG_IGN);
+  setenv("ORVANE_WEB_MODULE", MODULE, 1);
+  setenv("XDG_CONFIG_DIRS", (home + "/etc").c_str(), 1);
+  setenv("XDG_RUNTIME_DIR", home.c_str(), 1);
+  unsetenv("XDG_CONFIG_HOME");
+}
+
+void endApplication(const std::string& home) {
+  const std::string pidFile = home + "/.orvane/pellion/var/run/process.pid";
+  const std::string pid = readFile(pidFile);
+  if (!pid.empty()) {
+    kill(static_cast<pid_t>(std::stol(pid)), SIGTERM);
+    EXPECT_TRUE(waitFor([&] { return !fs::exists(pidFile); }));
+  }
+}
+
+std::string makeElement(const std::string& params) {
+  return R"({"n":1,"op":"make","element":1,"params":[["type","application/x-orvane-web"])" +
+         params + R"(],"width":300,"height":80})";
+}
+
+}  // namespace test_support

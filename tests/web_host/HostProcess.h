@@ -1,0 +1,56 @@
+#ifndef TESTS_WEB_HOST_HOST_PROCESS_H_
+#define TESTS_WEB_HOST_HOST_PROCESS_H_
+
+#include <sys/types.h>
+
+#include <string>
+#include <vector>
+
+namespace test_support {
+
+// orvane-web-host with the test as its browser.
+class HostProcess {
+ public:
+  // Standard error goes to that file.
+  explicit HostProcess(const std::string& errorFile);
+  ~HostProcess();
+  HostProcess(const HostProcess&) = delete;
+  HostProcess& operator=(const HostProcess&) = delete;
+
+  // One frame with that text.
+  void send(const std::string& text);
+  void sendBytes(const std::string& bytes);
+  // The browser's first message for a document, and the host's answer to it.
+  void greet(const std::string& origin, const std::string& address, bool isPrivate = false);
+  // The next message, its pieces joined; empty at the end of the output. Throws a runtime error
+  // after 20 seconds without one.
+  std::string receive();
+  // How many frames the last message came in.
+  size_t frames() const { return _frames; }
+
+  void closeInput();
+  // Waits for the end: the exit status, or minus the signal.
+  int wait();
+
+ private:
+  std::string receiveFrame();
+
+  pid_t _pid;
+  int _input;
+  int _output;
+  size_t _frames = 0;
+  int _status = -1;
+};
+
+// What the host finds around it: the module, an application to launch, and directories of its own,
+// all below that home directory.
+void setUpHost(const std::string& home);
+// Ends the application that was launched, if one was.
+void endApplication(const std::string& home);
+
+// The operation number 1, which makes element 1; `params` are more of its parameters.
+std::string makeElement(const std::string& params = "");
+
+}  // namespace test_support
+
+#endif  // TESTS_WEB_HOST_HOST_PROCESS_H_

@@ -21,6 +21,9 @@ packages='g++ cmake ninja-build pkg-config libgtk2.0-dev libgdk-pixbuf2.0-bin li
 # Besides these, for the tests in a real browser engine.
 engine_packages='libqt5webkit5-dev qutebrowser qutebrowser-qtwebkit python3-pyqt5.qtwebkit'
 
+# Today's browsers, and what plays their user.
+browser_packages='firefox-esr chromium openbox'
+
 # For making and testing the Debian packages and the man pages.
 packaging_packages='dpkg-dev file lintian man-db'
 

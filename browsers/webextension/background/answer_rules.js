@@ -1,0 +1,108 @@
+import { extension, hostGone, piecesOf, readyRule } from './extension.js';
+
+/** @typedef {import('./document_link.js').DocumentLink} DocumentLink */
+
+/** Chromium's synchronous way: a page that stands still repeats a request, which a rule of the manifest
+ * leads to "pending"; an answer is a rule for that one address in that one tab, and goes when it was read.
+ * Rules are changed in one piece at a time, so what has gathered meanwhile goes together. */
+export class AnswerRules {
+  /** @param {Map<string, DocumentLink>} links */
+  constructor(links) {
+    this.links = links;
+    this.lastId = readyRule.id;
+    /** @type {Map<string, number[]>} rules in force, by key and number */
+    this.byCall = new Map();
+    /** @type {chrome.declarativeNetRequest.Rule[]} */
+    this.toAdd = [];
+    /** @type {number[]} */
+    this.toRemove = [];
+    this.changes = this.removeStale();
+    this.changing = false;
+    extension.runtime.onMessage.addListener((message, sender) => this.hearWaiting(message, sender));
+  }
+
+  /** @type {import('./document_link.js').SynchronousWay['answer']} */
+  answer(link, n, answer) {
+    this.addRules(`${link.key}-${n}`, link.tabId, answer);
+  }
+
+  /** @type {import('./document_link.js').SynchronousWay['taken']} */
+  taken(link, n) {
+    this.remove(`${link.key}-${n}`);
+  }
+
+  /** @param {DocumentLink} link */
+  drop(link) {
+    for (const call of [...this.byCall.keys()].filter((key) => key.startsWith(`${link.key}-`))) {
+      this.remove(call);
+    }
+  }
+
+  /** @private @param {string} call @param {number} tabId @param {object} answer */
+  addRules(call, tabId, answer) {
+    const pieces = piecesOf(answer);
+    this.byCall.set(call, pieces.map((piece, part) => {
+      const query = part === 0 ? '' : `?part=${part}`;
+      this.toAdd.push({
+        id: ++this.lastId,
+        priority: 2,
+        condition: {
+          urlFilter: `|https://orvane.invalid/.orvane-call/${call}${query}|`,
+          tabIds: [tabId],
+          resourceTypes: [/** @type {any} */ ('xmlhttprequest')],
+        },
+        action: {
+          type: /** @type {any} */ ('redirect'),
+          redirect: { extensionPath: `/answer.txt?${piece}` },
+        },
+      });
+      return this.lastId;
+    }));
+    this.change();
+  }
+
+  /** @private @param {string} call */
+  remove(call) {
+    this.toRemove.push(...(this.byCall.get(call) ?? []));
+    this.byCall.delete(call);
+    this.change();
+  }
+
+  /** @private */
+  async change() {
+    if (this.changing) {
+      return;
+    }
+    this.changing = true;
+    await this.changes;
+    while (this.toAdd.length > 0 || this.toRemove.length > 0) {
+      const removed = new Set(this.toRemove.splice(0));
+      const addRules = this.toAdd.splice(0).filter((rule) => !removed.has(rule.id));
+      await extension.declarativeNetRequest.updateSessionRules({ addRules, removeRuleIds: [...removed] });
+    }
+    this.changing = false;
+  }
+
+  /** What an earlier run of this script left behind. @private */
+  async removeStale() {
+    const rules = await extension.declarativeNetRequest.getSessionRules();
+    await extension.declarativeNetRequest.updateSessionRules({
+      removeRuleIds: rules.map((rule) => rule.id),
+      addRules: [readyRule],
+    });
+  }
+
+  /**
+   * A page still waits for an answer that this script may know nothing of, because it was ended meanwhile.
+   * @private
+   * @param {any} message
+   * @param {chrome.runtime.MessageSender} sender
+   */
+  hearWaiting(message, sender) {
+    if (sender.tab?.id !== undefined && message?.waiting && !this.links.has(message.waiting)) {
+      const call = `${message.waiting}-${message.n}`;
+      this.addRules(call, sender.tab.id, { answer: message.n, error: hostGone });
+      setTimeout(() => this.remove(call), 60_000);
+    }
+  }
+}

@@ -1,0 +1,125 @@
+import { PieceJoiner } from './piece_joiner.js';
+import { extension, hostGone, hostName, isFirefox } from './extension.js';
+
+/**
+ * @typedef {{
+ *   answer(link: DocumentLink, n: number, answer: object): void,
+ *   taken(link: DocumentLink, n: number): void,
+ *   drop(link: DocumentLink): void,
+ * }} SynchronousWay how an answer reaches a page that stands still
+ */
+
+/** One document's port and its host program. Relays both ways; the only messages it makes are the host's
+ * greeting, from what the browser vouches for, and the word that the host is gone. */
+export class DocumentLink {
+  /**
+   * @param {chrome.runtime.Port} port
+   * @param {SynchronousWay} way
+   * @param {(origin: string, leave: string) => void} noteLeave
+   */
+  constructor(port, way, noteLeave) {
+    this.port = port;
+    this.way = way;
+    this.noteLeave = noteLeave;
+    const sender = /** @type {chrome.runtime.MessageSender} */ (port.sender);
+    this.key = port.name;
+    this.tabId = /** @type {number} */ (sender.tab?.id);
+    this.frameId = sender.frameId;
+    this.origin = originOf(sender);
+    /** @type {Set<number>} operations whose answers the page stands still for */
+    this.awaited = new Set();
+    this.complaint = '';
+    this.greeted = false;
+    this.pieces = new PieceJoiner((message) => this.deliver(message));
+    port.onMessage.addListener((message) => this.relay(message));
+    this.host = extension.runtime.connectNative(hostName);
+    this.host.onMessage.addListener((message) => this.pieces.take(message));
+    this.host.onDisconnect.addListener((host) => this.lose(host));
+    this.host.postMessage({
+      hello: 1,
+      origin: this.origin,
+      address: sender.url ?? '',
+      agent: navigator.userAgent,
+      browser: isFirefox ? 'firefox' : 'chromium',
+      version: extension.runtime.getManifest().version,
+      private: sender.tab?.incognito === true,
+    });
+  }
+
+  /** @param {any} message from the content script */
+  relay(message) {
+    if ('taken' in message) {
+      this.way.taken(this, message.taken);
+    } else if ('skip' in message) {
+      if (!this.awaited.has(message.skip)) {
+        this.toHost({ n: message.skip, op: 'skip' });
+      }
+    } else if (message.sync) {
+      const { sync, ...operation } = message;
+      this.ask(operation);
+    } else {
+      this.toHost(message);
+    }
+  }
+
+  /** Relays an operation whose answer goes the synchronous way. @param {any} operation */
+  ask(operation) {
+    this.awaited.add(operation.n);
+    if (this.complaint) {
+      this.deliver({ answer: operation.n, error: this.complaint });
+    } else {
+      this.toHost(operation);
+    }
+  }
+
+  /** @private @param {object} message */
+  toHost(message) {
+    if (!this.complaint) {
+      this.host.postMessage(message);
+    }
+  }
+
+  /** @private @param {any} message from the host, whole */
+  deliver(message) {
+    if ('hello' in message) {
+      this.greeted = true;
+    } else if ('fatal' in message) {
+      this.complaint = `Orvane Web: ${message.fatal}`;
+    } else if (message.tell === 'leave') {
+      if (message.origin === this.origin) {
+        this.noteLeave(message.origin, message.leave);
+      }
+    } else if (this.awaited.delete(message.answer)) {
+      this.way.answer(this, message.answer, message);
+    } else {
+      this.port.postMessage(message);
+    }
+  }
+
+  /** @private @param {chrome.runtime.Port} host */
+  lose(host) {
+    const reason = extension.runtime.lastError?.message ?? /** @type {any} */ (host).error?.message ?? '';
+    this.complaint ||= this.greeted ? hostGone
+      : `Orvane Web: the program orvane-web-host could not be started${reason ? ` (${reason})` : ''}.` +
+        ' Is the package orvane-web-extension installed completely?';
+    for (const n of [...this.awaited]) {
+      this.deliver({ answer: n, error: this.complaint });
+    }
+    this.port.postMessage({ lost: this.complaint });
+  }
+
+  /** The document has gone. */
+  close() {
+    this.complaint ||= hostGone;
+    this.host.disconnect();
+    this.way.drop(this);
+  }
+}
+
+/** @param {chrome.runtime.MessageSender} sender */
+function originOf(sender) {
+  if (sender.url?.startsWith('file:')) {
+    return 'file://';
+  }
+  return sender.origin ?? (sender.url ? new URL(sender.url).origin : 'null');
+}

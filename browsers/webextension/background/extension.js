@@ -1,0 +1,39 @@
+/** @type {typeof chrome} */
+export const extension = /** @type {any} */ (globalThis).browser ?? chrome;
+
+export const isFirefox = extension.runtime.getURL('').startsWith('moz-extension:');
+
+export const hostName = 'example.orvane.web_host';
+
+export const hostGone = 'Orvane Web: the program beside the browser has ended. Reload the page.';
+
+/**
+ * The rule that says to a waiting page that this script listens: only it can be newer than the static one.
+ * @type {chrome.declarativeNetRequest.Rule}
+ */
+export const readyRule = {
+  id: 1,
+  priority: 2,
+  condition: {
+    regexFilter: '^https?://[^/?#]*/\\.orvane-ready$',
+    resourceTypes: [/** @type {any} */ ('xmlhttprequest')],
+  },
+  action: {
+    type: /** @type {any} */ ('redirect'),
+    redirect: { extensionPath: '/answer.txt?ready' },
+  },
+};
+
+/** Characters of one piece of an answer: browsers bear addresses of one million. */
+const pieceLength = 700_000;
+
+/**
+ * An answer as addresses carry it: pieces of the encoded text, each after the number of all.
+ * @param {object} answer
+ */
+export function piecesOf(answer) {
+  const encoded = encodeURIComponent(JSON.stringify(answer));
+  const count = Math.max(1, Math.ceil(encoded.length / pieceLength));
+  return Array.from({ length: count }, (_, i) =>
+    `${count}/${encoded.slice(i * pieceLength, (i + 1) * pieceLength)}`);
+}

@@ -1,0 +1,25 @@
+// Connects each document that has an element of ours with a host program of its own. It knows nothing
+// that does not hang on a port: a browser may stop this script at any time when no port is open.
+import { DocumentLink } from './document_link.js';
+import { extension, isFirefox } from './extension.js';
+import { HeldRequests } from './held_requests.js';
+import { AnswerRules } from './answer_rules.js';
+import { noteLeave } from './plugin_list_sites.js';
+
+/** @type {Map<string, DocumentLink>} by the key that the content script has drawn */
+const links = new Map();
+
+const synchronousWay = isFirefox ? new HeldRequests(links) : new AnswerRules(links);
+
+extension.runtime.onConnect.addListener((port) => {
+  if (links.has(port.name) || port.sender?.tab?.id === undefined) {
+    port.disconnect();
+    return;
+  }
+  const link = new DocumentLink(port, synchronousWay, noteLeave);
+  links.set(port.name, link);
+  port.onDisconnect.addListener(() => {
+    links.delete(port.name);
+    link.close();
+  });
+});

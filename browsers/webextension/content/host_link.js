@@ -1,0 +1,106 @@
+'use strict';
+
+/**
+ * @typedef {{answer: number, value?: any, refused?: boolean, text?: string, error?: string}} Answer
+ * @typedef {{op: string, element?: number, [member: string]: any}} Operation
+ */
+
+/**
+ * The way to one host program: a port to the background, which starts the host, and the numbers of the
+ * operations. It is lost when the host ends, when the extension is updated, or when it is closed.
+ */
+class HostLink {
+  /**
+   * @param {(tell: any) => void} tell what the host tells by itself
+   * @param {() => void} lost called once
+   */
+  constructor(tell, lost) {
+    this.tell = tell;
+    this.lost = lost;
+    /** Why nothing works any more; empty while it does. */
+    this.complaint = '';
+    this.lastNumber = 0;
+    /** @type {Map<number, (answer: Answer) => void>} */
+    this.pending = new Map();
+    this.key = [...crypto.getRandomValues(new Uint32Array(4))].map((part) => part.toString(36)).join('.');
+    /** @type {chrome.runtime.Port | null} */
+    this.port = null;
+    try {
+      this.port = extension.runtime.connect({ name: this.key });
+      this.port.onMessage.addListener((message) => this.hear(message));
+      this.port.onDisconnect.addListener(() => this.end(extension.runtime?.id ? sentences.hostGone : sentences.updated));
+    } catch {
+      this.end(sentences.updated);
+    }
+  }
+
+  /** Whether the operation may travel. @param {Operation} operation */
+  static fits(operation) {
+    const text = JSON.stringify(operation);
+    return text.length < 4_000_000 || new TextEncoder().encode(text).length < 16_700_000;
+  }
+
+  /**
+   * Sends without waiting; the answer comes later, an error too.
+   * @param {Operation} operation
+   * @param {(answer: Answer) => void} [settle]
+   */
+  send(operation, settle) {
+    const n = ++this.lastNumber;
+    if (settle) {
+      this.pending.set(n, settle);
+    }
+    this.post({ n, ...operation });
+  }
+
+  /**
+   * Sends, and blocks until the answer is there.
+   * @param {Operation} operation
+   * @param {SynchronousRequests} requests
+   * @returns {Answer}
+   */
+  sendAndWait(operation, requests) {
+    const n = ++this.lastNumber;
+    const answer = requests.ask(this, { n, ...operation });
+    return answer ?? { answer: n, error: this.complaint || sentences.hostGone };
+  }
+
+  /** @param {object} message */
+  post(message) {
+    try {
+      this.port?.postMessage(message);
+    } catch {
+      this.end(sentences.updated);
+    }
+  }
+
+  /** @param {string} complaint */
+  end(complaint) {
+    if (this.complaint) {
+      return;
+    }
+    this.complaint = complaint;
+    try {
+      this.port?.disconnect();
+    } catch {
+      // An old extension's port.
+    }
+    for (const [n, settle] of this.pending) {
+      settle({ answer: n, error: complaint });
+    }
+    this.pending.clear();
+    this.lost();
+  }
+
+  /** @private @param {any} message */
+  hear(message) {
+    if ('answer' in message) {
+      this.pending.get(message.answer)?.(message);
+      this.pending.delete(message.answer);
+    } else if ('tell' in message) {
+      this.tell(message);
+    } else if ('lost' in message) {
+      this.end(message.lost);
+    }
+  }
+}

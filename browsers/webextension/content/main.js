@@ -1,0 +1,154 @@
+'use strict';
+
+/** One document's plugin elements, and the three that they connect: page, document and host. */
+class DocumentPlugins {
+  constructor() {
+    /** @type {Map<Element, {number: number, link: HostLink}>} */
+    this.begun = new Map();
+    this.lastNumber = 0;
+    /** @type {HostLink | null} */
+    this.link = null;
+    /** The node by which the page's end is spoken with. In no document, so that no document loses it. */
+    this.channel = document.createElement('div');
+    /** @type {EventTarget | null} */
+    this.concerned = null;
+    this.queue = new TaskQueue();
+    this.requests = new PageRequests(this.queue, (tell) => this.say('tell', tell));
+    this.finder = new ElementFinder(
+      (element) => this.begin(element), (element) => this.end(element), () => this.begun.keys());
+    this.finder.onRewritten = () => this.begun.size > 0 && this.watchPage();
+    this.openChannel();
+    if (document.readyState !== 'loading') {
+      this.finder.search();
+    }
+  }
+
+  /** Hands the channel to the page's end, whichever of the two scripts came first. @private */
+  openChannel() {
+    const handOver = () =>
+      document.dispatchEvent(new MouseEvent('orvane-web:channel', { relatedTarget: this.channel }));
+    this.channel.addEventListener('element', (event) => {
+      this.concerned = /** @type {MouseEvent} */ (event).relatedTarget;
+    });
+    this.channel.addEventListener('request', (event) => {
+      this.say('reply', this.answer(/** @type {CustomEvent} */ (event).detail));
+    });
+    this.channel.addEventListener('taken', () => {
+      document.removeEventListener('orvane-web:page', handOver);
+      this.say('names', memberNames);
+    }, { once: true });
+    document.addEventListener('orvane-web:page', handOver);
+    handOver();
+  }
+
+  /** @private @param {string} kind @param {any} what */
+  say(kind, what) {
+    this.channel.dispatchEvent(new CustomEvent(kind, { detail: JSON.stringify(what) }));
+  }
+
+  /** @private @param {unknown} text @returns {[string, any]} */
+  answer(text) {
+    const element = this.concerned;
+    this.concerned = null;
+    try {
+      return this.requests.answer(this.use(element), JSON.parse(String(text)));
+    } catch (error) {
+      return ['unsent', `Orvane Web: ${error}`];
+    }
+  }
+
+  /** @private @param {any} element */
+  use(element) {
+    this.finder.catchUp();
+    if (!this.begun.has(element) && elementFacts.isOurs(element)) {
+      this.begin(element);
+    }
+    return this.begun.get(element);
+  }
+
+  /** @private @param {HTMLElement} element */
+  begin(element) {
+    if (this.begun.has(element)) {
+      return;
+    }
+    this.link ??= this.openLink();
+    const plugin = { number: ++this.lastNumber, link: this.link };
+    this.begun.set(element, plugin);
+    this.finder.watchType(element);
+    this.watchPage();
+    plugin.link.send({
+      op: 'make',
+      element: plugin.number,
+      params: elementFacts.parameters(element),
+      ...elementFacts.size(element),
+    });
+  }
+
+  /** @private @param {Element} element */
+  end(element) {
+    const plugin = this.begun.get(element);
+    if (plugin) {
+      this.begun.delete(element);
+      plugin.link.send({ op: 'end', element: plugin.number });
+    }
+  }
+
+  /** @private */
+  openLink() {
+    const link = new HostLink((tell) => this.queue.push(() => this.hear(tell)), () => {
+      if (this.link === link || this.link === null) {
+        this.link = null;
+        this.queue.push(() => this.say('tell', ['forget']));
+      }
+    });
+    return link;
+  }
+
+  /** What the host tells by itself. @private @param {any} tell */
+  hear(tell) {
+    if (tell.tell === 'say') {
+      console.warn(`Orvane Web: ${tell.text}`);
+    } else if (tell.tell === 'release') {
+      this.say('tell', ['release', tell.object, tell.mentions ?? 1]);
+    } else if (tell.tell === 'call' && this.isBegun(tell.element)) {
+      this.say('tell', tell.method === undefined
+        ? ['call', tell.object, tell.args]
+        : ['method', tell.object, tell.method, tell.args]);
+    }
+  }
+
+  /** @private @param {number} number */
+  isBegun(number) {
+    return [...this.begun.values()].some((plugin) => plugin.number === number);
+  }
+
+  /**
+   * A page with an element stays out of the back-forward cache, as with plugins of old: that is what the
+   * listener for "unload" does. Where it is cached nevertheless, its elements end and begin anew.
+   * @private
+   */
+  watchPage() {
+    addEventListener('unload', DocumentPlugins.onUnload);
+    addEventListener('pagehide', this.onHidden);
+    addEventListener('pageshow', this.onShown);
+  }
+
+  static onUnload() {}
+
+  /** @private @param {PageTransitionEvent} event */
+  onHidden = (event) => {
+    if (event.persisted) {
+      this.begun.clear();
+      this.link?.end(sentences.hostGone);
+    }
+  };
+
+  /** @private @param {PageTransitionEvent} event */
+  onShown = (event) => {
+    if (event.persisted) {
+      this.finder.search();
+    }
+  };
+}
+
+new DocumentPlugins();

@@ -1,0 +1,49 @@
+'use strict';
+
+/** What the page sees on an element of ours, and nothing else is passed on. */
+const memberNames = {
+  methods: [
+    'addToDownloadList',
+    'addToUploadList',
+    'clearDownloadList',
+    'clearUploadList',
+    'displayAboutWindow',
+    'displayPreferencesWindow',
+    'displayTransferManager',
+    'handleDrop',
+    'initSession',
+    'pellionHttpRequest',
+    'pellionHttpRequestAsync',
+    'queryBrowserEngine',
+    'queryBuildVersion',
+    'queryPellionVersion',
+    'queryPluginVersion',
+    'queryVersion',
+    'runOpenFileDialog',
+    'runOpenFileDialogAsync',
+    'runOpenFolderDialog',
+    'runOpenFolderDialogAsync',
+    'runSaveFileDialog',
+    'runSaveFileDialogAsync',
+    'startDownload',
+    'startDownloadToPath',
+    'startListDownloadToPath',
+    'startListUploadToURL',
+    'startUploadToURL',
+  ],
+  properties: ['dropObserver', 'eventHandler', 'name'],
+};
+
+/** @type {typeof chrome} */
+const extension = /** @type {any} */ (globalThis).browser ?? chrome;
+
+const isFirefox = extension.runtime.getURL('').startsWith('moz-extension:');
+
+const sentences = {
+  updated: 'Orvane Web: the extension has been updated or switched off. Reload the page.',
+  hostGone: 'Orvane Web: the program beside the browser has ended. Reload the page.',
+  tooLarge: 'Orvane Web: the arguments of a call are larger than 16 MiB.',
+  forbidden:
+    'Orvane Web: this page forbids synchronous requests (its Content-Security-Policy or Permissions-Policy).' +
+    ' Use the methods that end in Async.',
+};

@@ -1,6 +1,5 @@
 // Json with its look-ups, and the check of a body from the page, over texts of any depth.
 #include "fuzz/FuzzInput.h"
-#include "fuzz/JsonDepth.h"
 #include "plugin/src/Json.h"
 #include "plugin/src/PlugIn.h"
 
@@ -22,6 +21,21 @@ std::string readDocument(FuzzInput* input) {
     document += input->text();
   }
   return document;
+}
+
+// How many arrays and objects stand in each other.
+int depthOf(yajl_val node) {
+  const bool isArray = YAJL_IS_ARRAY(node);
+  if (!isArray && !YAJL_IS_OBJECT(node)) {
+    return 0;
+  }
+  yajl_val* const values = isArray ? node->u.array.values : node->u.object.values;
+  const size_t count = isArray ? node->u.array.len : node->u.object.len;
+  int deepest = 0;
+  for (size_t i = 0; i < count; ++i) {
+    deepest = std::max(deepest, depthOf(values[i]));
+  }
+  return deepest + 1;
 }
 
 void checkValue(const Json& json, const char* const* path, yajl_val node = nullptr) {

@@ -1,8 +1,6 @@
 #include "tests/docs/Examples.h"
 
-#include <filesystem>
 #include <regex>
-#include <sstream>
 #include <stdexcept>
 
 #include "tests/support/Sandbox.h"
@@ -21,6 +19,11 @@ std::vector<std::pair<std::string, std::string>> readParameters(const std::strin
   return parameters;
 }
 
+std::vector<std::string> printsOf(const std::string& script) {
+  static const std::regex prints("// prints: (.*)");
+  return {std::sregex_token_iterator(script.begin(), script.end(), prints, 1), {}};
+}
+
 }  // namespace
 
 void PrintTo(const Example& example, std::ostream* out) {
@@ -33,24 +36,6 @@ std::string readProjectFile(const std::string& path) {
     throw std::runtime_error("no file " + path);
   }
   return content;
-}
-
-std::vector<std::string> projectFiles(const std::vector<std::string>& directories) {
-  const std::filesystem::path top = PROJECT_DIRECTORY;
-  std::vector<std::string> files;
-  for (const std::string& directory : directories) {
-    for (const auto& entry : std::filesystem::recursive_directory_iterator(top / directory)) {
-      if (entry.path().extension() == ".cpp") {
-        files.push_back(entry.path().lexically_relative(top));
-      }
-    }
-  }
-  return files;
-}
-
-std::vector<std::string> found(const std::string& text, const std::string& pattern) {
-  const std::regex regex(pattern);
-  return {std::sregex_token_iterator(text.begin(), text.end(), regex, 1), {}};
 }
 
 std::vector<Example> readExamples(const std::string& path) {
@@ -67,8 +52,7 @@ std::vector<Example> readExamples(const std::string& path) {
       continue;
     }
     const std::string script = (*at)[4];
-    examples.push_back(
-        {path, (*at)[2], (*at)[3], parameters, script, found(script, "// prints: (.*)")});
+    examples.push_back({path, (*at)[2], (*at)[3], parameters, script, printsOf(script)});
     if (examples.back().name.empty() || examples.back().prints.empty()) {
       throw std::runtime_error("an example without a name, or that prints nothing:\n" + script);
     }

@@ -28,12 +28,6 @@ void PrintTo(const Example& example, std::ostream* out);
 // The contents of a file of the project, by its path from the top. Throws when it is not there.
 std::string readProjectFile(const std::string& path);
 
-// The paths of all sources below the directories.
-std::vector<std::string> projectFiles(const std::vector<std::string>& directories);
-
-// What the first group of the pattern is in each of its matches.
-std::vector<std::string> found(const std::string& text, const std::string& pattern);
-
 // All examples of a page. Throws when a "js" block has no marker or prints nothing.
 std::vector<Example> readExamples(const std::string& path);
 

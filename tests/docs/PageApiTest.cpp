@@ -4,7 +4,6 @@
 #include <filesystem>
 #include <memory>
 #include <regex>
-#include <set>
 #include <sstream>
 
 #include "tests/docs/ExamplePage.h"
@@ -194,32 +193,4 @@ TEST_F(DocExample, thePromiseModuleUsesNothingButTheExtensionsPromises) {
             {"--module", MODULE});
   const auto result = finishPage();
   EXPECT_EQ(result.out, "checked\n") << result.err;
-}
-
-TEST(PageApi, hasASectionAndAnExampleForEverythingThatAPageCanUse) {
-  const std::string page = docs::readProjectFile("docs/page-api.md");
-  const std::string code =
-      docs::readProjectFile("browsers/npapi_common/ovOrvaneWebScriptObject.cpp");
-  std::set<std::string> examples;
-  for (const Example& example : docs::readExamples("docs/page-api.md")) {
-    EXPECT_TRUE(examples.insert(example.name).second) << "twice: " << example.name;
-  }
-  const std::vector<std::string> methods = docs::found(code, "\\{\"(\\w+)\", &Plugin::");
-  for (const std::string& name : methods) {
-    EXPECT_NE(page.find("\n#### `" + name + "("), std::string::npos) << name;
-    EXPECT_EQ(examples.count(name), 1u) << name;
-  }
-  EXPECT_EQ(methods.size(), 27u);
-  for (const char* name : {"name", "dropObserver", "eventHandler"}) {
-    EXPECT_NE(code.find(std::string("= \"") + name + "\";"), std::string::npos) << name;
-    EXPECT_NE(page.find(std::string("\n### `") + name + "`\n"), std::string::npos) << name;
-    EXPECT_EQ(examples.count(name), 1u) << name;
-  }
-  const std::string readers = docs::readProjectFile("browsers/npapi_common/ovOrvaneWebPlugin.cpp") +
-                              docs::readProjectFile("plugin/src/PlugIn.cpp");
-  const auto found = docs::found(readers, "(?:params|parameters)\\[\"([a-z-]+)\"\\]");
-  for (const std::string& parameter : found) {
-    EXPECT_NE(page.find("| [`" + parameter + "`]("), std::string::npos) << parameter;
-  }
-  EXPECT_EQ(std::set<std::string>(found.begin(), found.end()).size(), 8u);
 }

@@ -159,6 +159,8 @@ TEST_F(ResponseReading, endsAndCutsByTheAnnouncedLengthWhereverAChunkEnds) {
       {"Content-Length: \t 5\r\n\r\nhello!", "200 hello", false},
       {"Content-Length:5\r\n\r\nhello", "none", false},
       {"Content-Length: -5\r\n\r\nhello", "none", false},
+      {"Content-Length: -99999999999999999999\r\n\r\nhello", "none", false},
+      {"Content-Length: 99999999999999999999\r\n\r\nhello", "200 hello", true},
       {"Content-Length: 3\r\nContent-Length: 5\r\n\r\nhello", "200 hel", false},
       {"\r\nhi Content-Length: 2\r\n rest", "200 hi", false},
       {"\r\nContent-Length: 2", "200 Content-Length: 2", true}};

@@ -127,10 +127,7 @@ TEST_F(PlugIn, passesRequestsThroughAtOnceOrByTheWorker) {
   ScriptedServer server(httpResponse("answer", "404 Not Found"));
   writeUrlFile(server.port());
   EXPECT_EQ(request("{\"a\": 1}"), "answer");
-  EXPECT_EQ(request(""), "answer");
-  EXPECT_EQ(
-      request("{'a':1}").find("{\"error\":{\"code\":-1,\"user_message\":\"Error parsing JSON: "),
-      0u);
+  EXPECT_EQ(request("{'a':1}").find(errorDocument("Error parsing JSON: ").substr(0, 50)), 0u);
   std::atomic<bool> told{false};
   auto* callback = new FakeCallback([&](void* data) {
     EXPECT_EQ(static_cast<HttpResponse*>(data)->data(), "answer");
@@ -142,67 +139,54 @@ TEST_F(PlugIn, passesRequestsThroughAtOnceOrByTheWorker) {
   const std::string liveness = message("GET /v4/pellion/version", "json", "");
   EXPECT_EQ(server.requests(),
             (std::vector<std::string>{liveness, message("POST /v4/any?x=1", "json", "{\"a\": 1}"),
-                                      liveness, message("POST /v4/any?x=1", "json", "{}"), liveness,
-                                      liveness, message("PUT /q", "json", "{}")}));
+                                      liveness, liveness, message("PUT /q", "json", "{}")}));
 }
 
 TEST_F(PlugIn, reportsWhatHasNoAnswer) {
-  EXPECT_EQ(_plugIn.pellionHttpRequestAsync("GET", "/", "", new FakeCallback(nullptr)),
-            errorDocument("Error creating HTTP request"));
-  EXPECT_EQ(FakeCallback::alive, 0);
+  for (const char* body : {"", "[1"}) {
+    const std::string refusal =
+        _plugIn.pellionHttpRequestAsync("GET", "/", body, new FakeCallback(nullptr));
+    EXPECT_NE(refusal.find(*body == '[' ? "Error parsing JSON" : "Error creating HTTP request"),
+              std::string::npos);
+    EXPECT_EQ(FakeCallback::alive, 0);
+  }
   EXPECT_EQ(request("{}"), errorDocument(kNoAnswer));
-  EXPECT_FALSE(_plugIn.startDownload("http://x"));
-  EXPECT_FALSE(_plugIn.displayAboutWindow());
-  // The application answers that it runs, and nothing more.
-  ScriptedServer server([](int connection, const std::string& request, size_t) {
-    if (request.find("GET /v4/pellion/version ") == 0) {
-      test_support::sendAll(connection, httpResponse("{}"));
+  // The application answers that it runs, and then nothing more, or no version.
+  ScriptedServer server([](int connection, const std::string& request, size_t index) {
+    if (index >= 6 || request.find("GET /v4/pellion/version ") == 0) {
+      test_support::sendAll(connection, httpResponse(""));
     }
   });
   writeUrlFile(server.port());
   EXPECT_EQ(request("{}"), errorDocument(kNoAnswer));
   EXPECT_FALSE(_plugIn.startDownload("http://x"));
-  EXPECT_EQ(logLines(std::string("ERR ") + kNoAnswer).size(), 5u);
   EXPECT_FALSE(_plugIn.displayAboutWindow());
+  EXPECT_EQ(logLines(std::string("ERR ") + kNoAnswer).size(), 3u);
   EXPECT_EQ(logLines(std::string("ERR Error displaying window: ") + kNoAnswer).size(), 1u);
-  EXPECT_EQ(server.requestCount(), 6u);
-}
-
-TEST_F(PlugIn, asksForTheApplicationsVersion) {
-  ScriptedServer server([](int connection, const std::string&, size_t index) {
-    test_support::sendAll(connection, httpResponse(index < 2 ? "{\"version\":\"9\"}" : ""));
-  });
-  writeUrlFile(server.port());
-  EXPECT_EQ(_plugIn.queryPellionVersion(), "{\"version\":\"9\"}");
+  EXPECT_EQ(_plugIn.queryPellionVersion(),
+            errorDocument("Error retrieving the Orvane Pellion version"));
   EXPECT_EQ(server.requests().back(),
             message("GET /v4/pellion/version", "json",
                     "{\"orvane_pellion_settings\":{\"app_id\":\"version request\"}}"));
-  EXPECT_EQ(_plugIn.queryPellionVersion(),
-            errorDocument("Error retrieving the Orvane Pellion version"));
 }
 
 TEST_F(PlugIn, postsTransfersAndShowsWindowsWhateverTheStatus) {
   ScriptedServer server(httpResponse("", "500 Broken"));
   writeUrlFile(server.port());
-  const auto sent = [&] { return bodyOf(server.requests().back()); };
-  std::map<std::string, std::string> parameters = {{"drop-upload-url", "http://up/"}};
+  std::map<std::string, std::string> parameters;
   EXPECT_TRUE(_plugIn.configure(parameters));
   EXPECT_EQ(parameters.size(), 3u);
-  for (const char* item : {"/one", "", "C:\\two"}) {
-    _plugIn.addToUploadList(item);
-    _plugIn.addToDownloadList(item);
-  }
   EXPECT_TRUE(_plugIn.startDownload("http://x/?a=1&b=<2>"));
   EXPECT_EQ(
       server.requests().back(),
       message("POST /transfers/", "xml", transfers("<src>http://x/?a=1&amp;b=&lt;2&gt;</src>")));
-  EXPECT_TRUE(_plugIn.startListDownloadToPath(""));
-  EXPECT_EQ(sent(), transfers("<src>/one</src><src>C:\\two</src>"));
+  for (const char* item : {"/one", "", "C:\\two"}) {
+    _plugIn.addToUploadList(item);
+  }
   EXPECT_TRUE(_plugIn.startListUploadToURL("http://d/&"));
-  EXPECT_EQ(sent(), transfers("<src>file:///one</src><src>file://</src><src>file://C:/two</src>"
-                              "<dest>http://d/&amp;</dest>"));
-  EXPECT_TRUE(_plugIn.uploadDroppedFiles({"/a", "/b"}));
-  EXPECT_EQ(sent(), transfers("<src>file:///a</src><src>file:///b</src><dest>http://up/</dest>"));
+  EXPECT_EQ(bodyOf(server.requests().back()),
+            transfers("<src>file:///one</src><src>file://</src><src>file://C:/two</src>"
+                      "<dest>http://d/&amp;</dest>"));
   EXPECT_TRUE(_plugIn.displayPreferencesWindow());
   EXPECT_EQ(server.requests().back(), message("GET /windows/preferences/", "xml", ""));
 }

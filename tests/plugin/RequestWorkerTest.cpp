@@ -1,13 +1,8 @@
 #include <gmock/gmock.h>
-#include <pthread.h>
-#include <unistd.h>
 
 #include <algorithm>
-#include <atomic>
-#include <csignal>
 #include <mutex>
 #include <stdexcept>
-#include <thread>
 
 #include "plugin/src/HttpRequest.h"
 #include "plugin/src/HttpResponse.h"
@@ -98,50 +93,6 @@ TEST_F(RequestWorker, performsRequestsOneAfterTheOtherInArrivalOrder) {
                           kVersion, "/silent", kVersion, "/d", kVersion, "/e"));
   EXPECT_EQ(logLines(kRequestError).size(), 2u);
   EXPECT_EQ(logLines("bad callback").size(), 2u);
-}
-
-// Keeps a thread in the wait that it is in, whatever wakes it, until this object goes.
-class HeldInItsWait {
- public:
-  explicit HeldInItsWait(std::thread* thread) {
-    EXPECT_EQ(pipe(_gate), 0);
-    signal(SIGUSR1, [](int) {
-      _held = true;
-      char nothing;
-      while (read(_gate[0], &nothing, 1) < 0) {
-      }
-    });
-    pthread_kill(thread->native_handle(), SIGUSR1);
-    EXPECT_TRUE(waitFor([] { return _held.load(); }));
-  }
-  ~HeldInItsWait() { close(_gate[1]); }
-
- private:
-  inline static int _gate[2];
-  inline static std::atomic<bool> _held{false};
-};
-
-TEST_F(RequestWorker, aRequestQueuedJustBeforeTheStopIsSentButNotReported) {
-  writeUrlFile(server.port());
-  std::atomic<pid_t> id{0};
-  std::thread thread([&] {
-    id = gettid();
-    worker.run();
-  });
-  EXPECT_TRUE(waitFor([&] {
-    const std::string stat = "/proc/self/task/" + std::to_string(id) + "/stat";
-    return !logLines("RequestWorker::run()").empty() &&
-           test_support::readFile(stat).find(") S ") != std::string::npos;
-  }));
-  {
-    const HeldInItsWait held(&thread);
-    add("/last");
-    worker.stop();
-    EXPECT_EQ(server.requestCount(), 0u);
-  }
-  thread.join();
-  EXPECT_THAT(requestedPaths(), ElementsAre(kVersion, "/last"));
-  EXPECT_THAT(told(), ElementsAre());
 }
 
 TEST_F(RequestWorker, whateverFindsNoMemoryTheCallbackIsToldOnce) {

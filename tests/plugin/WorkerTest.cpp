@@ -119,52 +119,32 @@ TEST_F(Worker, aThreadThatCannotBeMadeIsReportedAndCanBeRetried) {
 }
 
 TEST_F(Worker, anExceptionEndsTheThreadAndNotTheProcess) {
-  auto* callback = new FakeCallback([](void*) { throw std::runtime_error("out of luck"); });
-  SingleJobWorker worker(new FakeJob([] {}), callback);
+  TwoStepWorker worker([] { throw std::runtime_error("out of luck"); });
   worker.start();
+  worker.stop();
   EXPECT_TRUE(waitFor([&] { return worker.isDone(); }));
   worker.reap();
   EXPECT_EQ(logLines("ended by an exception: out of luck").size(), 1u);
 }
 
-TEST_F(Worker, aSingleJobReportsUnlessItWasInterrupted) {
-  const struct {
-    const char* label;
-    bool stopFirst, throws, hasCallback;
-    int runs, told;
-  } kCases[] = {{"runs", false, false, true, 1, 1},
-                {"is stopped before it runs", true, false, true, 0, 0},
-                {"throws", false, true, true, 1, 1},
-                {"has no callback", false, false, false, 1, 0}};
-  for (const auto& c : kCases) {
-    SCOPED_TRACE(c.label);
-    int runs = 0, told = 0;
-    auto job = [&] {
+TEST_F(Worker, aSingleJobIsReportedUnlessItWasInterrupted) {
+  int runs = 0, told = 0;
+  for (const bool stopFirst : {false, true}) {
+    const auto job = [&] {
       ++runs;
-      if (c.throws) {
-        throw std::runtime_error("broken job");
-      }
+      throw std::runtime_error("broken job");
     };
-    {
-      void* data = nullptr;
-      const auto note = [&](void* d) { ++told, data = d; };
-      SingleJobWorker worker(new FakeJob(job), c.hasCallback ? new FakeCallback(note) : nullptr);
-      if (c.stopFirst) {
-        worker.stop();
-      }
-      worker.start();
-      worker.join();
-      worker.reap();
-      EXPECT_TRUE(worker.isDone());
-      EXPECT_EQ(data, c.told ? &worker : nullptr);
-      const int stops = FakeJob::stops;
-      worker.stop();
-      EXPECT_EQ(FakeJob::stops, stops);
-    }
-    EXPECT_EQ(runs, c.runs);
-    EXPECT_EQ(told, c.told);
-    EXPECT_EQ(FakeJob::alive + FakeCallback::alive, 0);
+    SingleJobWorker worker(new FakeJob(job), new FakeCallback([&](void* data) {
+                             EXPECT_EQ(data, &worker);
+                             ++told;
+                           }));
+    stopFirst ? worker.stop() : void();
+    worker.run();
+    EXPECT_TRUE(worker.isDone());
   }
+  EXPECT_EQ(runs, 1);
+  EXPECT_EQ(told, 1);
+  EXPECT_EQ(FakeJob::alive + FakeCallback::alive, 0);
 }
 
 }  // namespace

@@ -3,9 +3,6 @@
 
 #include <dlfcn.h>
 
-#include <string>
-#include <vector>
-
 #include "tests/support/FakeBrowser.h"
 #include "tests/support/Sandbox.h"
 
@@ -25,6 +22,8 @@ class ModuleSandbox : public test_support::Sandbox {
     dlclose(module);
   }
 
+  void SetUp() override { test_support::skipWhereAnApplicationIsInstalled(); }
+
   template <typename Function>
   Function entry(const char* name) {
     return reinterpret_cast<Function>(dlsym(module, name));
@@ -41,19 +40,6 @@ class ModuleSandbox : public test_support::Sandbox {
   NPP newInstance(FakeBrowser::Parameters parameters = {}) {
     parameters.push_back({"pellion-launch-wait-timeout-ms", "0"});
     return browser.createInstance(plugin, parameters);
-  }
-
-  // Whether lines that end in these texts stand in the log in this order.
-  testing::AssertionResult logged(const std::vector<std::string>& texts) const {
-    const std::string log = logText();
-    size_t position = 0;
-    for (const std::string& text : texts) {
-      position = log.find(" " + text + "\n", position);
-      if (position == std::string::npos) {
-        return testing::AssertionFailure() << "no line \"" << text << "\" in\n" << log;
-      }
-    }
-    return testing::AssertionSuccess();
   }
 
   FakeBrowser browser;

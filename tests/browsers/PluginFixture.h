@@ -40,6 +40,8 @@ class PluginFixture : public Home {
     Pellion::Web::Utils::logCleanup();
   }
 
+  void SetUp() override { test_support::skipWhereAnApplicationIsInstalled(); }
+
   // The local application from now on.
   void serve(test_support::ScriptedServer::Script script) {
     server = std::make_unique<test_support::ScriptedServer>(std::move(script));
@@ -100,20 +102,6 @@ class PluginFixture : public Home {
   void expectLetGo(const test_support::PageObject* page) const {
     EXPECT_EQ(browser.retains(page), browser.releases(page));
     EXPECT_GT(browser.retains(page), 0);
-  }
-
-  // Whether lines with these texts stand in the log in this order.
-  testing::AssertionResult logged(const std::vector<std::string>& texts) const {
-    const std::string log = this->logText();
-    size_t position = 0;
-    for (const std::string& text : texts) {
-      position = log.find(text, position);
-      if (position == std::string::npos) {
-        return testing::AssertionFailure() << "no \"" << text << "\" there in\n" << log;
-      }
-      position += text.size();
-    }
-    return testing::AssertionSuccess();
   }
 
   FakeBrowser browser;

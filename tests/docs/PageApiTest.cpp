@@ -1,6 +1,5 @@
-#include <signal.h>
-
 #include <algorithm>
+#include <csignal>
 #include <filesystem>
 #include <memory>
 #include <regex>
@@ -144,7 +143,7 @@ TEST_P(DocExample, printsWhatThePageSays) {
   startExample(example, staysOpen ? 1000 : example.prints.size());
   ASSERT_NO_THROW(act(example.user));
   if (staysOpen) {
-    kill(process(), SIGTERM);
+    process().signal(SIGTERM);
   }
   const auto result = finishPage();
   EXPECT_TRUE(staysOpen || result.code == 0) << result.err;

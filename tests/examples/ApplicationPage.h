@@ -18,7 +18,7 @@ class ApplicationPage : public PageRunner {
   ~ApplicationPage() override;
 
   // Ends the application, while a derived test's screen is still there.
-  void TearDown() override;
+  void TearDown() override { endApplication(); }
 
   // A file of that many bytes below "web", and its address.
   std::string serveFile(const std::string& name, size_t size);

@@ -1,10 +1,5 @@
 #include "tests/page_host/PageRunner.h"
 
-#include <fcntl.h>
-#include <signal.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <cstdlib>
 
 namespace test_support {
@@ -17,28 +12,10 @@ PageRunner::PageRunner() {
   unsetenv("PROBE_TRACE");
 }
 
-PageRunner::~PageRunner() {
-  if (_process > 0) {
-    kill(_process, SIGKILL);
-    waitpid(_process, nullptr, 0);
-  }
-}
-
 void PageRunner::start(const std::vector<std::string>& arguments) {
-  std::vector<char*> argv = {const_cast<char*>(PAGE_HOST_PROGRAM)};
-  for (const std::string& argument : arguments) {
-    argv.push_back(const_cast<char*>(argument.c_str()));
-  }
-  argv.push_back(nullptr);
-  const std::string outPath = path("stdout");
-  const std::string errPath = path("stderr");
-  _process = fork();
-  if (_process == 0) {
-    dup2(open(outPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600), STDOUT_FILENO);
-    dup2(open(errPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600), STDERR_FILENO);
-    execv(argv[0], argv.data());
-    _exit(127);
-  }
+  std::vector<std::string> command = {PAGE_HOST_PROGRAM};
+  command.insert(command.end(), arguments.begin(), arguments.end());
+  _program = std::make_unique<ChildProgram>(command, ProgramFiles{path("stdout"), path("stderr")});
 }
 
 void PageRunner::startPage(const std::string& script, const std::vector<std::string>& options) {
@@ -54,11 +31,8 @@ std::string PageRunner::output() const {
 }
 
 PageResult PageRunner::finishPage() {
-  int status = 0;
-  waitpid(_process, &status, 0);
-  _process = -1;
-  return {output(), readFile(path("stderr")),
-          WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status)};
+  const int code = _program->wait();
+  return {output(), readFile(path("stderr")), code};
 }
 
 PageResult PageRunner::runProgram(const std::vector<std::string>& arguments) {

@@ -1,11 +1,11 @@
 #ifndef TESTS_PAGE_HOST_PAGE_RUNNER_H_
 #define TESTS_PAGE_HOST_PAGE_RUNNER_H_
 
-#include <sys/types.h>
-
+#include <memory>
 #include <string>
 #include <vector>
 
+#include "tests/support/ChildProgram.h"
 #include "tests/support/Sandbox.h"
 
 namespace test_support {
@@ -20,7 +20,6 @@ struct PageResult {
 class PageRunner : public Sandbox {
  protected:
   PageRunner();
-  ~PageRunner() override;
 
   // The script is the private home's "page.js"; a time limit stands behind it.
   PageResult runPage(const std::string& script, const std::vector<std::string>& options = {});
@@ -31,14 +30,14 @@ class PageRunner : public Sandbox {
   void startPage(const std::string& script, const std::vector<std::string>& options);
   std::string output() const;
   PageResult finishPage();
-  pid_t process() const { return _process; }
+  const ChildProgram& process() const { return *_program; }
 
   static const char* probe();
 
  private:
   void start(const std::vector<std::string>& arguments);
 
-  pid_t _process = -1;
+  std::unique_ptr<ChildProgram> _program;
 };
 
 }  // namespace test_support

@@ -81,7 +81,7 @@ class PageWindow : public PageRunner {
 
   // The window's process; 0 when there is none.
   pid_t child() const {
-    const std::string pid = std::to_string(process());
+    const std::string pid = std::to_string(process().pid());
     return std::atoi(readFile("/proc/" + pid + "/task/" + pid + "/children").c_str());
   }
 

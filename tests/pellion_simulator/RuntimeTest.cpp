@@ -48,18 +48,13 @@ TEST_F(SimulatorRuntime, makesTheTreeInANewHome) {
   EXPECT_TRUE(fs::exists(tree + "var/log/orvane-pellion.log"));
 }
 
-TEST_F(SimulatorRuntime, refusesASecondCopyAndNamesTheFirst) {
+TEST_F(SimulatorRuntime, refusesASecondCopyAndStartsOverTheFilesOfAKilledOne) {
   const auto first = start();
   EXPECT_EQ(runToEnd({}), 1);
   EXPECT_EQ(readFile(errorFile()), "orvanepellion: Orvane Pellion runs already (process " +
                                        std::to_string(first->pid()) + ")\n");
-  EXPECT_THAT(request("GET", "/v4/pellion/version", ""), HasSubstr("Orvane Pellion"));
-}
-
-TEST_F(SimulatorRuntime, startsOverTheFilesOfAKilledOne) {
-  const auto killed = start();
-  killed->signal(SIGKILL);
-  EXPECT_EQ(killed->wait(), -SIGKILL);
+  first->signal(SIGKILL);
+  EXPECT_EQ(first->wait(), -SIGKILL);
   ASSERT_TRUE(fs::exists(dataPath("var/run/http.uri")));
   const auto next = start();
   EXPECT_THAT(request("GET", "/v4/pellion/version", ""), HasSubstr("Orvane Pellion"));
@@ -95,8 +90,13 @@ TEST_F(SimulatorRuntime, exitsWhileItLooksForTheFiles) {
   EXPECT_THAT(ownLog(), HasSubstr(": cancelled\n"));
 }
 
-TEST_F(SimulatorRuntime, takesARequestThatAnnouncesNoBodyAsOneWithout) {
-  const auto simulator = start();
+TEST_F(SimulatorRuntime, movesToTheGivenPortAndTakesARequestThatAnnouncesNoBodyAsOneWithout) {
+  auto simulator = start();
+  const std::string wanted = std::to_string(port());
+  simulator.reset();
+  simulator = start({"--port", wanted, "--verbose"});
+  EXPECT_EQ(std::to_string(port()), wanted);
+  EXPECT_THAT(readFile(errorFile()), HasSubstr("listens on port " + wanted));
   EXPECT_THAT(exchange("PUT /v4/pellion/version HTTP/1.1\r\n\r\n"), HasSubstr(" 405 "));
   EXPECT_THAT(exchange("POST /v4/pellion/exit HTTP/1.1\r\n\r\n"), HasSubstr("{\"exiting\":true}"));
   EXPECT_EQ(simulator->wait(), 0);
@@ -125,15 +125,6 @@ TEST_F(SimulatorRuntime, checksItsCommandLine) {
     EXPECT_EQ(runToEnd(c.arguments), c.status);
     EXPECT_THAT(readFile(errorFile()), HasSubstr(c.output));
   }
-}
-
-TEST_F(SimulatorRuntime, movesToTheGivenPort) {
-  auto simulator = start();
-  const std::string wanted = std::to_string(port());
-  simulator.reset();
-  simulator = start({"--port", wanted, "--verbose"});
-  EXPECT_EQ(std::to_string(port()), wanted);
-  EXPECT_THAT(readFile(errorFile()), HasSubstr("listens on port " + wanted));
 }
 
 }  // namespace

@@ -1,16 +1,13 @@
 #include "tests/pellion_simulator/Simulator.h"
 
 #include <arpa/inet.h>
-#include <fcntl.h>
-#include <signal.h>
-#include <sys/resource.h>
 #include <sys/socket.h>
-#include <sys/wait.h>
 #include <unistd.h>
 #include <yajl/yajl_tree.h>
 
 #include <algorithm>
 #include <cerrno>
+#include <csignal>
 #include <filesystem>
 #include <stdexcept>
 
@@ -63,56 +60,23 @@ std::string escapedXml(const std::string& plain) {
   return xml;
 }
 
+std::vector<std::string> commandOf(std::vector<std::string> arguments) {
+  arguments.insert(arguments.begin(), ORVANE_PELLION);
+  return arguments;
+}
+
 }  // namespace
 
 Simulator::Simulator(const std::vector<std::string>& arguments, const std::string& errorFile,
                      size_t largestFile)
-    : _errorFile(errorFile) {
-  std::vector<char*> words = {const_cast<char*>(ORVANE_PELLION)};
-  for (const std::string& word : arguments) {
-    words.push_back(const_cast<char*>(word.c_str()));
-  }
-  words.push_back(nullptr);
-  _pid = fork();
-  if (_pid == 0) {
-    const int errors = open(errorFile.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
-    dup2(errors, STDOUT_FILENO);
-    dup2(errors, STDERR_FILENO);
-    if (largestFile > 0) {
-      const rlimit limit = {largestFile, largestFile};
-      setrlimit(RLIMIT_FSIZE, &limit);
-    }
-    execv(words[0], words.data());
-    _exit(127);
-  }
-}
+    : ChildProgram(commandOf(arguments), {errorFile, errorFile, largestFile}),
+      _errorFile(errorFile) {}
 
 Simulator::~Simulator() {
-  if (hasEnded()) {
-    return;
+  if (!hasEnded()) {
+    signal(SIGTERM);
+    EXPECT_EQ(wait(), 0) << readFile(_errorFile);
   }
-  signal(SIGTERM);
-  if (!waitFor([this] { return hasEnded(); })) {
-    signal(SIGKILL);
-    waitpid(_pid, &_status, 0);
-  }
-  EXPECT_EQ(_status, 0) << readFile(_errorFile);
-}
-
-void Simulator::signal(int number) const {
-  kill(_pid, number);
-}
-
-bool Simulator::hasEnded() {
-  _ended = _ended || waitpid(_pid, &_status, WNOHANG) == _pid;
-  return _ended;
-}
-
-int Simulator::wait() {
-  if (!waitFor([this] { return hasEnded(); })) {
-    throw std::runtime_error("the simulator does not end");
-  }
-  return WIFSIGNALED(_status) ? -WTERMSIG(_status) : WEXITSTATUS(_status);
 }
 
 Connection::Connection(int port) : _socket(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {

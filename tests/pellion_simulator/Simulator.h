@@ -1,12 +1,11 @@
 #ifndef TESTS_PELLION_SIMULATOR_SIMULATOR_H_
 #define TESTS_PELLION_SIMULATOR_SIMULATOR_H_
 
-#include <sys/types.h>
-
 #include <memory>
 #include <string>
 #include <vector>
 
+#include "tests/support/ChildProgram.h"
 #include "tests/support/Sandbox.h"
 #include "tests/support/ScriptedServer.h"
 
@@ -24,29 +23,17 @@ struct ActivityAnswer {
   std::vector<Activity> transfers;
 };
 
-// The program itself, as a child process.
-class Simulator {
+// The program itself. Its output and errors go to `errorFile`.
+class Simulator : public ChildProgram {
  public:
-  // `largestFile`: the size in bytes that no file of the child may exceed; 0 for none. Standard
-  // error goes to `errorFile`.
+  // `largestFile`: the size in bytes that no file of the child may exceed; 0 for none.
   Simulator(const std::vector<std::string>& arguments, const std::string& errorFile,
             size_t largestFile = 0);
   // Ends it when it still runs; it must exit cleanly, under sanitizers too.
   ~Simulator();
-  Simulator(const Simulator&) = delete;
-  Simulator& operator=(const Simulator&) = delete;
-
-  pid_t pid() const { return _pid; }
-  void signal(int number) const;
-  bool hasEnded();
-  // Waits for the end; the exit status, or minus the signal that ended it.
-  int wait();
 
  private:
   const std::string _errorFile;
-  pid_t _pid;
-  int _status = 0;
-  bool _ended = false;
 };
 
 // A connection to a port of this machine.

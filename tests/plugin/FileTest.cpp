@@ -26,6 +26,7 @@ class FileSystem : public test_support::Sandbox {
     ov_dbg_set_all(3);
   }
   ~FileSystem() override { ov_log_cleanup(); }
+  void SetUp() override { test_support::skipWhereAnApplicationIsInstalled(); }
 };
 
 TEST_F(FileSystem, buildsEachPathOnceBelowTheHomeDirectoryButThePluginsOwn) {

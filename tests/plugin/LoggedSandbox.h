@@ -9,6 +9,7 @@ class LoggedSandbox : public test_support::Sandbox {
  protected:
   LoggedSandbox() { Pellion::Web::Utils::logInit(); }
   ~LoggedSandbox() override { Pellion::Web::Utils::logCleanup(); }
+  void SetUp() override { test_support::skipWhereAnApplicationIsInstalled(); }
 };
 
 #endif  // TESTS_PLUGIN_LOGGED_SANDBOX_H_

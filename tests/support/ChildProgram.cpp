@@ -2,14 +2,27 @@
 
 #include <fcntl.h>
 #include <poll.h>
+#include <sys/prctl.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <stdexcept>
+
+#include "tests/support/WaitFor.h"
 
 namespace test_support {
 
-ChildProgram::ChildProgram(const std::vector<std::string>& command) {
+namespace {
+
+void redirect(const std::string& path, int descriptor) {
+  dup2(open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600), descriptor);
+}
+
+}  // namespace
+
+ChildProgram::ChildProgram(const std::vector<std::string>& command, const ProgramFiles& files) {
   std::vector<char*> arguments;
   for (const std::string& word : command) {
     arguments.push_back(const_cast<char*>(word.c_str()));
@@ -22,20 +35,47 @@ ChildProgram::ChildProgram(const std::vector<std::string>& command) {
   }
   _pid = fork();
   if (_pid == 0) {
-    dup2(in[0], 0);
-    dup2(out[1], 1);
-    execv(arguments[0], arguments.data());
+    // A test that crashes or is killed for its time leaves no program behind.
+    prctl(PR_SET_PDEATHSIG, SIGTERM);
+    dup2(in[0], STDIN_FILENO);
+    dup2(out[1], STDOUT_FILENO);
+    if (!files.output.empty()) {
+      redirect(files.output, STDOUT_FILENO);
+    }
+    if (files.errors == files.output && !files.errors.empty()) {
+      dup2(STDOUT_FILENO, STDERR_FILENO);
+    } else if (!files.errors.empty()) {
+      redirect(files.errors, STDERR_FILENO);
+    }
+    if (files.largest > 0) {
+      const rlimit limit = {files.largest, files.largest};
+      setrlimit(RLIMIT_FSIZE, &limit);
+    }
+    execvp(arguments[0], arguments.data());
     _exit(127);
   }
   close(in[0]);
   close(out[1]);
   _input = in[1];
   _output = out[0];
+  if (!files.output.empty()) {
+    close(_output);
+    _output = -1;
+  }
 }
 
 ChildProgram::~ChildProgram() {
-  finish();
-  close(_output);
+  if (_output == -1) {
+    signal(SIGTERM);
+  }
+  closeInput();
+  if (!waitFor([this] { return hasEnded(); })) {
+    signal(SIGKILL);
+    wait();
+  }
+  if (_output != -1) {
+    close(_output);
+  }
 }
 
 std::string ChildProgram::readLine() {
@@ -53,15 +93,35 @@ std::string ChildProgram::readLine() {
   }
 }
 
+void ChildProgram::signal(int number) const {
+  if (!_ended) {
+    kill(_pid, number);
+  }
+}
+
+bool ChildProgram::hasEnded() {
+  _ended = _ended || waitpid(_pid, &_status, WNOHANG) == _pid;
+  return _ended;
+}
+
+int ChildProgram::wait() {
+  if (!_ended) {
+    waitpid(_pid, &_status, 0);
+    _ended = true;
+  }
+  return WIFSIGNALED(_status) ? -WTERMSIG(_status) : WEXITSTATUS(_status);
+}
+
 int ChildProgram::finish() {
-  if (_input >= 0) {
+  closeInput();
+  return wait();
+}
+
+void ChildProgram::closeInput() {
+  if (_input != -1) {
     close(_input);
     _input = -1;
-    int status = 0;
-    waitpid(_pid, &status, 0);
-    _status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
   }
-  return _status;
 }
 
 }  // namespace test_support

@@ -8,12 +8,20 @@
 
 namespace test_support {
 
-// A program that runs beside the test: its standard output can be read line by line, and closing
-// its standard input (at the latest with this object) asks it to end.
+// Where a program writes to, which may be one file; `largest` is the size in bytes that no file of
+// its may exceed, 0 for none.
+struct ProgramFiles {
+  std::string output, errors;
+  size_t largest = 0;
+};
+
+// A program that runs beside the test, and ends with it at the latest.
 class ChildProgram {
  public:
-  // `command` is the program's path and its arguments.
-  explicit ChildProgram(const std::vector<std::string>& command);
+  // `command` is the program and its arguments. Without files its standard output is read line by
+  // line here, and the end of its standard input asks it to end.
+  explicit ChildProgram(const std::vector<std::string>& command, const ProgramFiles& files = {});
+  // Asks it to end, with files by a SIGTERM, and kills it after 20 seconds.
   ~ChildProgram();
   ChildProgram(const ChildProgram&) = delete;
   ChildProgram& operator=(const ChildProgram&) = delete;
@@ -21,14 +29,22 @@ class ChildProgram {
   pid_t pid() const { return _pid; }
   // The next line of output, without its end. Throws a runtime error after 20 seconds without one.
   std::string readLine();
-  // Closes the input and waits for the end; the exit status, or -1 after a signal.
+  // Does nothing once it is known to have ended.
+  void signal(int number) const;
+  bool hasEnded();
+  // Waits for the end; the exit status, or minus the signal that ended it.
+  int wait();
+  // Closes the input and waits.
   int finish();
 
  private:
+  void closeInput();
+
   pid_t _pid;
   int _input;
   int _output;
-  int _status = -1;
+  int _status = 0;
+  bool _ended = false;
 };
 
 }  // namespace test_support

@@ -1,10 +1,13 @@
 #include "tests/support/Sandbox.h"
 
+#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <stdexcept>
+
+#include "tests/support/WaitFor.h"
 
 namespace fs = std::filesystem;
 
@@ -47,6 +50,15 @@ void Sandbox::installApplication(const std::string& script) const {
   writePathFile(path("application"));
 }
 
+void Sandbox::endApplication() const {
+  const std::string pidFile = dataPath("var/run/process.pid");
+  const std::string pid = readFile(pidFile);
+  if (!pid.empty()) {
+    kill(static_cast<pid_t>(std::stol(pid)), SIGTERM);
+    EXPECT_TRUE(waitFor([&] { return !fs::exists(pidFile); }));
+  }
+}
+
 std::string Sandbox::logText() const {
   std::string text;
   for (char digit = '0'; digit <= '9'; ++digit) {
@@ -67,6 +79,28 @@ std::vector<std::string> Sandbox::logLines(const std::string& text) const {
   return found;
 }
 
+testing::AssertionResult Sandbox::logged(const std::vector<std::string>& texts) const {
+  const std::string log = logText();
+  size_t position = 0;
+  for (const std::string& text : texts) {
+    position = log.find(text, position);
+    if (position == std::string::npos) {
+      return testing::AssertionFailure() << "no \"" << text << "\" there in\n" << log;
+    }
+    position += text.size();
+  }
+  return testing::AssertionSuccess();
+}
+
+void skipWhereAnApplicationIsInstalled() {
+  for (const char* file : {"/opt/orvane/pellion/bin/orvanepellion", "/opt/orvane/bin/orvanepellion",
+                           "/usr/local/bin/orvanepellion", "/usr/bin/orvanepellion"}) {
+    if (fs::exists(file)) {
+      GTEST_SKIP() << file << " is on this machine";
+    }
+  }
+}
+
 void writeFile(const std::string& path, const std::string& content) {
   std::ofstream file(path, std::ios::binary | std::ios::trunc);
   file << content;
@@ -75,12 +109,20 @@ void writeFile(const std::string& path, const std::string& content) {
   }
 }
 
+void makeFile(const std::string& path, size_t size) {
+  std::string content(size, '\0');
+  for (size_t i = 0; i < size; ++i) {
+    content[i] = static_cast<char>(i * 2654435761u >> 13);
+  }
+  writeFile(path, content);
+}
+
 std::string readFile(const std::string& path) {
   std::ifstream file(path, std::ios::binary);
   return std::string(std::istreambuf_iterator<char>(file), {});
 }
 
-static size_t countEntries(const char* directory) {
+size_t countEntries(const std::string& directory) {
   size_t count = 0;
   for ([[maybe_unused]] const auto& entry : fs::directory_iterator(directory)) {
     ++count;

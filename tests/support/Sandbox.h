@@ -31,16 +31,27 @@ class Sandbox : public testing::Test {
   // An executable script in a directory of its own, as "orvanepellion"; the path file names it.
   void installApplication(const std::string& script) const;
 
+  // Ends the application whose process id is published, if any, and waits until it has gone.
+  void endApplication() const;
+
   // The log's text so far (all ring members in order), and the lines of it that hold `text`.
   std::string logText() const;
   std::vector<std::string> logLines(const std::string& text) const;
+  // Whether these texts stand in the log in this order.
+  testing::AssertionResult logged(const std::vector<std::string>& texts) const;
 
  private:
   std::string _home;
 };
 
+// For SetUp(): skips tests that must not find, and start, an application of the machine's own.
+void skipWhereAnApplicationIsInstalled();
+
 void writeFile(const std::string& path, const std::string& content);
 std::string readFile(const std::string& path);
+// A file of that many bytes, none like its neighbours.
+void makeFile(const std::string& path, size_t size);
+size_t countEntries(const std::string& directory);
 // Open descriptors and threads of this process, for "back where it was" checks.
 size_t countDescriptors();
 size_t countThreads();

@@ -1,13 +1,10 @@
 #include "tests/support/XDisplay.h"
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <signal.h>
-#include <sys/prctl.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <array>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <sstream>
@@ -92,38 +89,15 @@ void movePointer(int x, int y) {
 
 }  // namespace
 
-XDisplay::XDisplay() {
-  int ends[2];
-  if (pipe(ends) != 0) {
-    throw std::runtime_error("no pipe");
-  }
-  _server = fork();
-  if (_server == 0) {
-    close(ends[0]);
-    // A test that crashes or is killed for its time leaves no server behind.
-    prctl(PR_SET_PDEATHSIG, SIGTERM);
-    const int quiet = open("/dev/null", O_WRONLY);
-    dup2(quiet, 2);
-    execlp("Xvfb", "Xvfb", "-displayfd", std::to_string(ends[1]).c_str(), "-screen", "0",
-           "1024x768x24", "-nolisten", "tcp", "-noreset", nullptr);
-    _exit(127);
-  }
-  close(ends[1]);
-  std::string number;
-  for (char c; read(ends[0], &c, 1) == 1 && c != '\n';) {
-    number += c;
-  }
-  close(ends[0]);
-  if (number.empty()) {
-    waitpid(_server, nullptr, 0);
-    throw std::runtime_error("Xvfb did not start");
-  }
-  setenv("DISPLAY", (":" + number).c_str(), 1);
+XDisplay::XDisplay()
+    : _server({"Xvfb", "-displayfd", "1", "-screen", "0", "1024x768x24", "-nolisten", "tcp",
+               "-noreset"},
+              {"", "/dev/null"}) {
+  setenv("DISPLAY", (":" + _server.readLine()).c_str(), 1);
 }
 
 XDisplay::~XDisplay() {
-  kill(_server, SIGTERM);
-  waitpid(_server, nullptr, 0);
+  _server.signal(SIGTERM);
 }
 
 namespace user {

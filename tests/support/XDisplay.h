@@ -1,11 +1,11 @@
 #ifndef TESTS_SUPPORT_X_DISPLAY_H_
 #define TESTS_SUPPORT_X_DISPLAY_H_
 
-#include <sys/types.h>
-
 #include <functional>
 #include <string>
 #include <thread>
+
+#include "tests/support/ChildProgram.h"
 
 namespace test_support {
 
@@ -19,7 +19,7 @@ class XDisplay {
   XDisplay& operator=(const XDisplay&) = delete;
 
  private:
-  pid_t _server;
+  ChildProgram _server;
 };
 
 // What a user does at the screen, with real pointer and key events (xdotool). Each call blocks; a

@@ -1,12 +1,8 @@
 #include "tests/webkit/WebPage.h"
 
-#include <signal.h>
-
 #include <cstdlib>
 #include <filesystem>
 #include <stdexcept>
-
-#include "tests/support/WaitFor.h"
 
 namespace fs = std::filesystem;
 
@@ -15,11 +11,6 @@ namespace test_support {
 namespace {
 
 const std::string kLastWord = "PAGE DONE ";
-
-size_t countEntries(const std::string& directory) {
-  const fs::directory_iterator entries(directory);
-  return static_cast<size_t>(std::distance(begin(entries), end(entries)));
-}
 
 }  // namespace
 
@@ -48,12 +39,6 @@ void WebPage::serve() {
       response.set_content(_whatIsTold.get(), "text/javascript");
     }
   });
-  _server.Get("/endless", [](const httplib::Request&, httplib::Response& response) {
-    response.set_chunked_content_provider("image/png", [](size_t, httplib::DataSink& sink) {
-      std::this_thread::sleep_for(std::chrono::milliseconds(5));
-      return sink.write("bytes", 5);
-    });
-  });
 }
 
 WebPage::~WebPage() {
@@ -61,14 +46,6 @@ WebPage::~WebPage() {
   _server.stop();
   _thread.join();
   endApplication();
-}
-
-void WebPage::endApplication() const {
-  const std::string pid = readFile(dataPath("var/run/process.pid"));
-  if (!pid.empty()) {
-    kill(static_cast<pid_t>(std::stol(pid)), SIGTERM);
-    EXPECT_TRUE(waitFor([&] { return !fs::exists(dataPath("var/run/process.pid")); }));
-  }
 }
 
 std::string WebPage::fileAddress(const std::string& page) const {
@@ -124,14 +101,6 @@ size_t WebPage::countHostThreads() const {
 
 size_t WebPage::countHostDescriptors() const {
   return countEntries("/proc/" + std::to_string(_host->pid()) + "/fd");
-}
-
-void WebPage::makeFile(const std::string& name, size_t size) const {
-  std::string content(size, '\0');
-  for (size_t i = 0; i < size; ++i) {
-    content[i] = static_cast<char>(i * 2654435761u >> 13);
-  }
-  writeFile(path("files/" + name), content);
 }
 
 std::vector<std::string> WebPage::requestedPaths() const {

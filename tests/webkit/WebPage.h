@@ -17,7 +17,7 @@ namespace test_support {
 
 // Test pages in a real engine that finds the module, which launches the real application. The pages
 // are reached as files and through a server on the loopback interface, which also serves the
-// private home's "files" directory below "/files/", and an answer without an end as "/endless".
+// private home's "files" directory below "/files/".
 class WebPage : public DisplaySandbox {
  protected:
   WebPage();
@@ -43,11 +43,10 @@ class WebPage : public DisplaySandbox {
   size_t countHostThreads() const;
   size_t countHostDescriptors() const;
 
-  // Does nothing when it does not run.
-  void endApplication() const;
-
   // A file of that many bytes below "files".
-  void makeFile(const std::string& name, size_t size) const;
+  void makeFile(const std::string& name, size_t size) const {
+    test_support::makeFile(path("files/" + name), size);
+  }
   // The paths that were asked of the server so far, with their queries.
   std::vector<std::string> requestedPaths() const;
 

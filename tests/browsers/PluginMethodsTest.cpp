@@ -1,5 +1,4 @@
 #include "browsers/npapi_common/EventHandler.h"
-#include "browsers/npapi_common/ScriptCall.h"
 #include "tests/browsers/PluginFixture.h"
 
 namespace {
@@ -78,19 +77,6 @@ TEST_F(PluginMethods, passTheirArgumentsOnAndAnswerWhatTheyAreTold) {
   }
 }
 
-TEST_F(PluginMethods, tellThePageThatTheApplicationIsGone) {
-  serve("{}");
-  create();
-  server.reset();
-  PageObject* page = browser.newFunction();
-  EXPECT_EQ(PageValue(Null()), call("pellionHttpRequestAsync", {"GET", "/a", "", page}));
-  EXPECT_TRUE(browser.pumpUntil([&] { return !page->calls().empty(); }));
-  EXPECT_EQ(PageArguments{errorDocument("Error contacting Orvane Pellion. Ensure that it is "
-                                        "running, and not blocked by your firewall or security "
-                                        "policies.")},
-            page->calls()[0]);
-}
-
 // What the page's function answers, what the plugin gives back of it, and the blocks of browser
 // memory that a call leaves behind.
 TEST_F(PluginMethods, giveBackTheResultsOfPageFunctions) {
@@ -147,19 +133,6 @@ TEST_F(PluginMethods, giveBackTheResultsOfPageFunctions) {
   g_NPNFuncs.memfree = nullptr;
   EventHandler::handleEvent(instance, page, eDropEventType, "[]");
   EXPECT_EQ((PageArguments{"drop", "[]"}), page->calls().back());
-}
-
-TEST_F(PluginMethods, readBooleansFromBooleansAndTheirWords) {
-  const std::pair<PageValue, const char*> cases[] = {
-      {true, "true"},   {"true", "true"},   {std::string("true\0x", 6), "true"},
-      {false, "false"}, {"false", "false"}, {"yes", "neither"},
-      {1, "neither"}};
-  for (const auto& [value, expected] : cases) {
-    NPVariant variant = browser.makeVariant(value);
-    EXPECT_EQ(expected != std::string("neither"), npvariantIsBoolean(variant)) << value.index();
-    EXPECT_EQ(expected == std::string("true"), npvariantToBoolean(variant)) << value.index();
-    browser.functions()->releasevariantvalue(&variant);
-  }
 }
 
 // Without a display no dialog can be shown, and the page hears so.

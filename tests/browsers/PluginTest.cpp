@@ -73,15 +73,6 @@ TEST_F(Plugin, leavesNothingRunningWhenItCannotBeMade) {
   EXPECT_EQ(std::nullopt, browser.call(made, "queryVersion"));
 }
 
-TEST_F(Plugin, hasANameThatOnlyTextsChange) {
-  create();
-  EXPECT_EQ(PageValue(""), browser.getProperty(object, "name"));
-  EXPECT_TRUE(browser.setProperty(object, "name", "gr\xC3\xB6\xC3\x9F"));
-  EXPECT_FALSE(browser.setProperty(object, "name", 7));
-  EXPECT_FALSE(browser.setProperty(object, "name", Null()));
-  EXPECT_EQ(PageValue("gr\xC3\xB6\xC3\x9F"), browser.getProperty(object, "name"));
-}
-
 TEST_F(Plugin, holdsThePagesObjectsAndLetsThemGo) {
   create();
   const std::pair<const char*, std::string> cases[] = {{"dropObserver", "LOG Drop observer "},

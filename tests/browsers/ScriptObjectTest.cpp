@@ -84,10 +84,11 @@ TEST_F(ScriptObject, leavesItsNamesWithTheBrowserAndNothingElse) {
   const size_t blocks = browser.liveBlocks();
   const size_t names = browser.liveNames();
   EXPECT_TRUE(call("queryVersion"));
-  EXPECT_TRUE(browser.setProperty(object, "name", "x"));
-  EXPECT_TRUE(browser.getProperty(object, "name"));
+  EXPECT_TRUE(browser.setProperty(object, "name", "gr\xC3\xB6\xC3\x9F"));
+  EXPECT_EQ(PageValue("gr\xC3\xB6\xC3\x9F"), browser.getProperty(object, "name"));
   EXPECT_EQ(blocks, browser.liveBlocks());
   EXPECT_EQ(names + 3, browser.liveNames());
+  EXPECT_FALSE(browser.setProperty(object, "name", 7)) << "only a text is a name";
 }
 
 }  // namespace

@@ -3,18 +3,14 @@
 #include <sys/un.h>
 #include <unistd.h>
 
-#include <atomic>
 #include <filesystem>
-#include <thread>
 
 #include "tests/faults/FaultPage.h"
-#include "tests/support/WaitFor.h"
 
 namespace fs = std::filesystem;
 
 namespace {
 
-using test_support::httpResponse;
 using test_support::ScriptedServer;
 using test_support::writeFile;
 
@@ -102,52 +98,5 @@ TEST_P(FileFaults, inPlaceOfThePathFile) {
 
 INSTANTIATE_TEST_SUITE_P(, FileFaults, testing::ValuesIn(kKinds),
                          [](const auto& suite) { return nameOfRow(suite.param.label); });
-
-// The application's address changes while it is read: as another file, or written in pieces.
-TEST_F(FaultPage, readsAUrlFileThatIsSwapped) {
-  open();
-  int good = 0;
-  int bad = 0;
-  {
-    // Each liveness request that gets no answer makes the module read the file again.
-    ScriptedServer sometimes([](int connection, const std::string&, size_t index) {
-      test_support::sendAll(connection, index % 3 == 2 ? "" : httpResponse("good"));
-    });
-    const std::string port = ":" + std::to_string(sometimes.port()) + "/";
-    std::atomic<bool> stop{false};
-    std::thread writer([&] {
-      const std::vector<std::vector<std::string>> contents = {
-          {"http://127.0.0.1" + port},
-          {"http:", "//127.0.0.1", port},
-          {"no address"},
-          {"http://127.0.0.1", port, std::string(9999, ' ')},
-          {""}};
-      for (size_t i = 0; !stop; ++i) {
-        const std::vector<std::string>& pieces = contents[i % contents.size()];
-        const std::string file = i % 2 == 0 ? urlFile() : urlFile() + ".new";
-        std::string written;
-        for (const std::string& piece : pieces) {
-          writeFile(file, written += piece);
-        }
-        if (file != urlFile()) {
-          fs::rename(file, urlFile());
-        }
-      }
-    });
-    const bool enough = test_support::waitFor([&] {
-      const std::string page = ask((good + bad) % 2 == 0 ? Way::kWaiting : Way::kQueued);
-      const bool isGood = page == "\"good\"";
-      EXPECT_TRUE(isGood || page == kError || page == kNoRequest) << page;
-      ++(isGood ? good : bad);
-      return good >= 50 && bad >= 50 && !logLines(kInvalid).empty();
-    });
-    EXPECT_TRUE(enough) << good << " and " << bad;
-    stop = true;
-    writer.join();
-  }
-  expectLogged({kInvalid});
-  close("the URL file is swapped while it is read",
-        std::to_string(good) + " good answers, else an error document");
-}
 
 }  // namespace

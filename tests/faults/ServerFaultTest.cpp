@@ -187,29 +187,4 @@ TEST_F(FaultPage, getsEventsBetweenFaultyPolls) {
         "one event, with the good answer");
 }
 
-// No read has a time-out: who leaves waits until the application gives up the connection.
-TEST_F(FaultPage, waitsForASilentApplicationWhenItLeaves) {
-  open();
-  std::atomic<bool> asked{false};
-  std::atomic<bool> closed{false};
-  serve(
-      [&](int connection) {
-        asked = true;
-        stayQuiet(connection);
-        closed = true;
-      },
-      false);
-  test_support::PageObject* callback = browser.newFunction();
-  browser.call(object, "pellionHttpRequestAsync", {"GET", "/v4/fault", "{}", callback});
-  ASSERT_TRUE(browser.pumpUntil([&] { return asked.load(); }));
-  closeInstance();
-  EXPECT_TRUE(closed);
-  EXPECT_EQ(0u, browser.pump());
-  browser.dropObject(callback);
-  openInstance();
-  expectLogged({kClosed});
-  close("the application is silent for two seconds while the page leaves",
-        "nothing; leaving took as long");
-}
-
 }  // namespace

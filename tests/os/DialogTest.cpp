@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <filesystem>
 #include <memory>
-#include <stdexcept>
 
 #include "os/src/OpenFileDialog.h"
 #include "os/src/OpenFolderDialog.h"
@@ -104,35 +103,4 @@ TEST_F(FileDialogs, badFileTypesEndInAnErrorAndLeaveNoWindow) {
             R"({"error":{"code":-1,"user_message":"Error displaying open file dialog: )"
             R"(Error parsing fileTypes JSON"}})");
   EXPECT_EQ(countToplevels(), before);
-
-  SaveFileDialog blocking(0, "", "", "[1]");
-  blocking.init("");
-  EXPECT_THROW(blocking.show(), std::runtime_error);
-}
-
-TEST_F(FileDialogs, oneThatWasStoppedNeverShows) {
-  SaveFileDialog dialog(0, "", "", "");
-  dialog.init("");
-  dialog.stop();
-  dialog.run();
-  EXPECT_TRUE(dialog.isInterrupted());
-  EXPECT_EQ(dialog.resultStr(), "");
-}
-
-TEST_F(FileDialogs, oneWithoutImplementationHasAnEmptyResult) {
-  OpenFolderDialog dialog(0, "", false);
-  EXPECT_TRUE(dialog.show().empty());
-  EXPECT_EQ(dialog.resultStr(), "");
-}
-
-TEST(FileDialogsWithoutDisplay, answerTheirError) {
-  unsetenv("DISPLAY");
-  g_log_set_always_fatal(
-      static_cast<GLogLevelFlags>(G_LOG_LEVEL_WARNING | G_LOG_LEVEL_CRITICAL | G_LOG_FATAL_MASK));
-  OpenFolderDialog dialog(0, "", false);
-  EXPECT_TRUE(dialog.init(""));
-  dialog.run();
-  EXPECT_EQ(
-      dialog.resultStr(),
-      R"({"error":{"code":-1,"user_message":"Error displaying open folder dialog: No display"}})");
 }

@@ -1,11 +1,9 @@
 #include <gmock/gmock.h>
 #include <sys/socket.h>
 #include <sys/syscall.h>
-#include <sys/time.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <deque>
 #include <memory>
 
@@ -20,7 +18,6 @@ namespace {
 // What the next calls of this thread move at most; the sends fail where nothing may be moved.
 thread_local std::deque<size_t> plannedReceives;
 thread_local std::deque<size_t> plannedSends;
-thread_local int clockCallsBeforeFailure = -1;
 
 size_t takePlanned(std::deque<size_t>* plan, size_t size) {
   if (!plan->empty()) {
@@ -42,14 +39,6 @@ extern "C" ssize_t recv(int sock, void* buffer, size_t size, int flags) {
 extern "C" ssize_t send(int sock, const void* buffer, size_t size, int flags) {
   size = takePlanned(&plannedSends, size);
   return size == 0 ? -1 : syscall(SYS_sendto, sock, buffer, size, flags, nullptr, 0);
-}
-
-extern "C" int gettimeofday(timeval* __restrict tv, void* __restrict tz) noexcept {
-  if (clockCallsBeforeFailure >= 0 && clockCallsBeforeFailure-- == 0) {
-    errno = EINVAL;
-    return -1;
-  }
-  return static_cast<int>(syscall(SYS_gettimeofday, tv, tz));
 }
 
 namespace {
@@ -123,18 +112,6 @@ TEST_F(HttpExchange, logsRequestTimeAndResponseInFullDetailOnly) {
                              "DBG HttpRequest::invoke\\(\\) - /a response took [0-9]+ us\n.*"
                              "DBG HttpRequest::invoke\\(\\) - Response \\(47 bytes\\):\n"
                              "HTTP/1.1 200 OK\r\nContent-Length: 9\r\n\r\n100 %s %n\n"));
-}
-
-TEST_F(HttpExchange, goesOnWithoutAClock) {
-  ScriptedServer server(httpResponse("ok"));
-  const char* const lines[] = {"ERR  HttpRequest::invoke() - ov_time_gettimeofday error: 22\n",
-                               "ERR HttpRequest::invoke() - ov_time_gettimeofday error: 22\n"};
-  ov_dbg_set_all(0);  // so that only the exchange reads the clock
-  for (int call = 0; call < 2; ++call) {
-    clockCallsBeforeFailure = call;
-    EXPECT_NE(get(server.port()), nullptr);
-    EXPECT_THAT(logText(), testing::EndsWith(lines[call]));
-  }
 }
 
 // A response whose bytes arrive in two chunks, the first of `first` bytes: its code and body.

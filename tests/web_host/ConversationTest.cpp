@@ -37,7 +37,7 @@ class Conversation : public Sandbox {
   }
   void TearDown() override {
     _host.reset();
-    endApplication(home());
+    endApplication();
   }
 
   void greet(const std::string& address = "https://a.example/x.html") {

@@ -136,15 +136,6 @@ void setUpHost(const std::string& home) {
   unsetenv("XDG_CONFIG_HOME");
 }
 
-void endApplication(const std::string& home) {
-  const std::string pidFile = home + "/.orvane/pellion/var/run/process.pid";
-  const std::string pid = readFile(pidFile);
-  if (!pid.empty()) {
-    kill(static_cast<pid_t>(std::stol(pid)), SIGTERM);
-    EXPECT_TRUE(waitFor([&] { return !fs::exists(pidFile); }));
-  }
-}
-
 std::string makeElement(const std::string& params) {
   return R"({"n":1,"op":"make","element":1,"params":[["type","application/x-orvane-web"])" +
          params + R"(],"width":300,"height":80})";

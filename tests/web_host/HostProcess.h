@@ -45,8 +45,6 @@ class HostProcess {
 // What the host finds around it: the module, an application to launch, and directories of its own,
 // all below that home directory.
 void setUpHost(const std::string& home);
-// Ends the application that was launched, if one was.
-void endApplication(const std::string& home);
 
 // The operation number 1, which makes element 1; `params` are more of its parameters.
 std::string makeElement(const std::string& params = "");

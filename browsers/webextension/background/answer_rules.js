@@ -4,6 +4,7 @@ import { extension, hostGone, piecesOf, readyRule } from './extension.js';
 
 /** Chromium's synchronous way: a page that stands still repeats a request, which a rule of the manifest
  * leads to "pending"; an answer is a rule for that one address in that one tab, and goes when it was read.
+ * Both lead to data: addresses, which are quicker than files of the extension; Firefox lets pages forbid those.
  * Rules are changed in one piece at a time, so what has gathered meanwhile goes together. */
 export class AnswerRules {
   /** @param {Map<string, DocumentLink>} links */
@@ -18,6 +19,8 @@ export class AnswerRules {
     this.toRemove = [];
     this.changes = this.removeStale();
     this.changing = false;
+    /** @type {ReturnType<typeof setTimeout> | undefined} */
+    this.sweep = undefined;
     extension.runtime.onMessage.addListener((message, sender) => this.hearWaiting(message, sender));
   }
 
@@ -53,7 +56,7 @@ export class AnswerRules {
         },
         action: {
           type: /** @type {any} */ ('redirect'),
-          redirect: { extensionPath: `/answer.txt?${piece}` },
+          redirect: { url: `data:text/plain,answer?${piece}` },
         },
       });
       return this.lastId;
@@ -65,7 +68,9 @@ export class AnswerRules {
   remove(call) {
     this.toRemove.push(...(this.byCall.get(call) ?? []));
     this.byCall.delete(call);
-    this.change();
+    // Mostly the next call follows, and its answer's change takes this with it.
+    clearTimeout(this.sweep);
+    this.sweep = setTimeout(() => this.change(), 50);
   }
 
   /** @private */

@@ -10,8 +10,8 @@ class SynchronousRequests {
   constructor() {
     /** Where requests of this document may go; empty until one was answered. */
     this.base = '';
-    this.answerAddress = extension.runtime.getURL('answer.txt') + '?';
-    this.pendingAddress = extension.runtime.getURL('pending.txt');
+    this.answers = [extension.runtime.getURL('answer.txt?'), 'data:text/plain,answer?'];
+    this.pending = [extension.runtime.getURL('pending.txt'), 'data:text/plain,pending'];
   }
 
   /** Whether the page may wait at all, and the background listens. */
@@ -101,10 +101,11 @@ class SynchronousRequests {
     const request = new XMLHttpRequest();
     request.open(method, address, false);
     request.send(body ?? null);
-    if (request.responseURL.startsWith(this.answerAddress)) {
-      return request.responseURL.slice(this.answerAddress.length);
+    const found = this.answers.find((address) => request.responseURL.startsWith(address));
+    if (found) {
+      return request.responseURL.slice(found.length);
     }
-    if (request.responseURL !== this.pendingAddress) {
+    if (!this.pending.includes(request.responseURL)) {
       throw new Error('answered by somebody else');
     }
     return null;

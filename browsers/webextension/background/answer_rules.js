@@ -29,6 +29,8 @@ export class AnswerRules {
     this.addRules(`${link.key}-${n}`, link.tabId, answer);
   }
 
+  begin() {}
+
   /** @type {import('./document_link.js').SynchronousWay['taken']} */
   taken(link, n) {
     this.remove(`${link.key}-${n}`);

@@ -3,6 +3,7 @@ import { extension, hostGone, hostName, isFirefox } from './extension.js';
 
 /**
  * @typedef {{
+ *   begin(link: DocumentLink): void,
  *   answer(link: DocumentLink, n: number, answer: object): void,
  *   taken(link: DocumentLink, n: number): void,
  *   drop(link: DocumentLink): void,

@@ -12,6 +12,8 @@ export class HeldRequests {
     this.held = new Map();
     /** @type {Map<string, string[]>} what is left of a long answer, by the same */
     this.rest = new Map();
+    /** @type {Map<string, (() => void)[]>} requests that came before the port of their document, by key */
+    this.early = new Map();
     const onRequest = /** @type {any} */ (extension.webRequest.onBeforeRequest);
     onRequest.addListener(
       (/** @type {any} */ details) => this.answerRequest(details),
@@ -27,6 +29,12 @@ export class HeldRequests {
     this.held.delete(call);
   }
 
+  /** @param {DocumentLink} link */
+  begin(link) {
+    this.early.get(link.key)?.forEach((go) => go());
+    this.early.delete(link.key);
+  }
+
   taken() {}
 
   /** @param {DocumentLink} link */
@@ -40,10 +48,26 @@ export class HeldRequests {
     }
   }
 
-  /** @private @param {any} details @returns {any} */
-  answerRequest(details) {
+  /**
+   * A document's port was opened before its request was sent, but this script, just started, may hear of the
+   * request first.
+   * @private @param {string} key
+   */
+  async linkOf(key) {
+    if (key && !this.links.has(key)) {
+      await new Promise((resolve) => {
+        this.early.set(key, [...(this.early.get(key) ?? []), () => resolve(undefined)]);
+        setTimeout(resolve, 5000);
+      });
+      this.early.delete(key);
+    }
+    return this.links.get(key);
+  }
+
+  /** @private @param {any} details @returns {Promise<any>} */
+  async answerRequest(details) {
     const [, key, number, part] = /\/\.orvane-ask\/([^/?]+)-(\d+)(?:\?part=(\d+))?$/.exec(details.url) ?? [];
-    const link = this.links.get(key);
+    const link = await this.linkOf(key);
     if (!link || link.tabId !== details.tabId || link.frameId !== details.frameId) {
       return { cancel: true };
     }

@@ -18,6 +18,7 @@ extension.runtime.onConnect.addListener((port) => {
   }
   const link = new DocumentLink(port, synchronousWay, noteLeave);
   links.set(port.name, link);
+  synchronousWay.begin(link);
   port.onDisconnect.addListener(() => {
     links.delete(port.name);
     link.close();

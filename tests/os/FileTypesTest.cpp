@@ -67,6 +67,7 @@ TEST_F(FileTypeFilters, areMadeOfUsableEntriesOnly) {
   EXPECT_TRUE(passes(images, "b.jpg"));
   EXPECT_FALSE(passes(images, "a.PNG"));
   EXPECT_FALSE(passes(images, "c.gif"));
+  EXPECT_FALSE(passes(images, "jpg"));
   EXPECT_EQ(gtk_file_chooser_get_filter(GTK_FILE_CHOOSER(chooser)), images);
   g_slist_free(filters);
   g_object_unref(chooser);

@@ -119,6 +119,7 @@ TEST_F(PathFiles, findsTheFirstThatExists) {
   EXPECT_EQ(ov_path_find_file_in_paths("", all, found, sizeof(found)), -1);
   for (const char* const* directories : {none, none + 1, too_long}) {
     EXPECT_EQ(ov_path_find_file_in_paths("tool", directories, found, sizeof(found)), -1);
+    EXPECT_STREQ(found, "");
   }
 }
 

@@ -123,7 +123,8 @@ void WebCheck::expectBroken(const Breakage& row) const {
   for (size_t i = 0; outcome.lines[i] != line && i < kChecks; ++i) {
     EXPECT_THAT(outcome.lines[i], StartsWith("ok "));
   }
-  EXPECT_THAT(outcome.lines.back(), HasSubstr(": " + row.check));
+  EXPECT_EQ(outcome.lines.back(),
+            (row.status == "failed" ? "The broken link: " : "Look first at: ") + row.check);
   if (!row.stopped.empty()) {
     EXPECT_THAT(outcome.line(row.stopped), StartsWith(status));
     EXPECT_THAT(outcome.line(row.stopped), HasSubstr("not checked; to do: see " + row.check));

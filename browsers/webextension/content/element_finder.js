@@ -61,7 +61,11 @@ class ElementFinder {
         this.readAdded(node);
       }
     }
+    this.onRead();
   }
+
+  /** Called when something in the document has come or gone. */
+  onRead() {}
 
   /** Called when the document's own children changed. */
   onRewritten() {}

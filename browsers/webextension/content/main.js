@@ -3,7 +3,7 @@
 /** One document's plugin elements, and the three that they connect: page, document and host. */
 class DocumentPlugins {
   constructor() {
-    /** @type {Map<Element, {number: number, link: HostLink}>} */
+    /** @type {Map<Element, {number: number, link: HostLink, area: PluginArea}>} */
     this.begun = new Map();
     this.lastNumber = 0;
     /** @type {HostLink | null} */
@@ -16,8 +16,10 @@ class DocumentPlugins {
     this.requests = new PageRequests(this.queue, (tell) => this.say('tell', tell));
     this.finder = new ElementFinder(
       (element) => this.begin(element), (element) => this.end(element), () => this.begun.keys());
+    this.finder.onRead = () => this.begun.forEach(({ area }) => area.keep());
     this.finder.onRewritten = () => this.begun.size > 0 && this.watchPage();
     this.openChannel();
+    PluginArea.removeStale();
     if (document.readyState !== 'loading') {
       this.finder.search();
     }
@@ -72,7 +74,7 @@ class DocumentPlugins {
       return;
     }
     this.link ??= this.openLink();
-    const plugin = { number: ++this.lastNumber, link: this.link };
+    const plugin = { number: ++this.lastNumber, link: this.link, area: new PluginArea(element) };
     this.begun.set(element, plugin);
     this.finder.watchType(element);
     this.watchPage();
@@ -81,7 +83,7 @@ class DocumentPlugins {
       element: plugin.number,
       params: elementFacts.parameters(element),
       ...elementFacts.size(element),
-    });
+    }, (answer) => answer.error !== undefined && plugin.area.showBroken(answer.error));
   }
 
   /** @private @param {Element} element */
@@ -89,6 +91,7 @@ class DocumentPlugins {
     const plugin = this.begun.get(element);
     if (plugin) {
       this.begun.delete(element);
+      plugin.area.end();
       plugin.link.send({ op: 'end', element: plugin.number });
     }
   }
@@ -96,6 +99,11 @@ class DocumentPlugins {
   /** @private */
   openLink() {
     const link = new HostLink((tell) => this.queue.push(() => this.hear(tell)), () => {
+      for (const plugin of this.begun.values()) {
+        if (plugin.link === link) {
+          plugin.area.showBroken(link.complaint);
+        }
+      }
       if (this.link === link || this.link === null) {
         this.link = null;
         this.queue.push(() => this.say('tell', ['forget']));
@@ -110,16 +118,18 @@ class DocumentPlugins {
       console.warn(`Orvane Web: ${tell.text}`);
     } else if (tell.tell === 'release') {
       this.say('tell', ['release', tell.object, tell.mentions ?? 1]);
-    } else if (tell.tell === 'call' && this.isBegun(tell.element)) {
+    } else if (tell.tell === 'call' && this.find(tell.element)) {
       this.say('tell', tell.method === undefined
         ? ['call', tell.object, tell.args]
         : ['method', tell.object, tell.method, tell.args]);
+    } else if (tell.tell === 'picture') {
+      this.find(tell.element)?.area.showPicture(tell);
     }
   }
 
   /** @private @param {number} number */
-  isBegun(number) {
-    return [...this.begun.values()].some((plugin) => plugin.number === number);
+  find(number) {
+    return [...this.begun.values()].find((plugin) => plugin.number === number);
   }
 
   /**
@@ -138,6 +148,7 @@ class DocumentPlugins {
   /** @private @param {PageTransitionEvent} event */
   onHidden = (event) => {
     if (event.persisted) {
+      this.begun.forEach(({ area }) => area.end());
       this.begun.clear();
       this.link?.end(sentences.hostGone);
     }

@@ -1,0 +1,159 @@
+'use strict';
+
+/**
+ * What the user sees of a plugin's element: a box of the extension's, which lies over the element's, in a
+ * closed shadow root of an element at the document's end. It shows the words or the picture that the
+ * module's own area shows.
+ */
+class PluginArea {
+  static hostName = 'orvane-web-area';
+
+  /** What an earlier run of these scripts has left in the document: Firefox ends them without a word. */
+  static removeStale() {
+    document.querySelectorAll(PluginArea.hostName).forEach((host) => host.remove());
+  }
+
+  /** @param {HTMLElement} element */
+  constructor(element) {
+    this.element = element;
+    this.host = document.createElement(PluginArea.hostName);
+    this.box = document.createElement('div');
+    this.content = document.createElement('div');
+    this.label = extension.i18n.getMessage('areaLabel');
+    /** @type {HTMLCanvasElement | null} */
+    this.picture = null;
+    this.keeps = 0;
+    this.makeNodes();
+    this.keep();
+    this.place = new AreaBox(element, (shown) => this.show(shown), (visible) => this.cut(visible));
+  }
+
+  /** @private */
+  makeNodes() {
+    // Without a style sheet, and important: no style and no policy of the page reaches it.
+    PluginArea.style(this.host, {
+      all: 'initial', display: 'block', position: 'absolute', left: '0', top: '0', width: '0', height: '0',
+      'z-index': '2147483647',
+    });
+    PluginArea.style(this.box, {
+      all: 'initial', display: 'none', position: 'absolute', overflow: 'hidden', 'box-sizing': 'border-box',
+      'background-color': 'white', 'color-scheme': 'light',
+    });
+    PluginArea.style(this.content, {
+      all: 'initial', display: 'flex', position: 'absolute', inset: '0', 'align-items': 'center',
+      'justify-content': 'center', 'text-align': 'center', 'pointer-events': 'none', color: 'black',
+      font: '14px sans-serif', 'user-select': 'none',
+    });
+    this.host.attachShadow({ mode: 'closed' }).append(this.box);
+    this.box.append(this.content);
+    this.box.setAttribute('role', 'img');
+    this.say(this.label);
+  }
+
+  /** @private @param {HTMLElement} node @param {{[property: string]: string}} values */
+  static style(node, values) {
+    for (const [property, value] of Object.entries(values)) {
+      node.style.setProperty(property, value, 'important');
+    }
+  }
+
+  end() {
+    this.place.end();
+    this.host.remove();
+  }
+
+  /** Puts the area back where a script has thrown it out of the document; not for ever. */
+  keep() {
+    const container = this.container();
+    if (this.host.parentNode !== container && ++this.keeps < 100) {
+      container.append(this.host);
+    }
+  }
+
+  /** What the browser shows above everything else is seen there only. @private @returns {Element} */
+  container() {
+    for (let above = this.element.parentElement; above; above = above.parentElement) {
+      if (above.matches(':modal, :fullscreen, :popover-open')) {
+        return above;
+      }
+    }
+    return document.documentElement;
+  }
+
+  /** @private @param {ShownBox | null} shown */
+  show(shown) {
+    this.keep();
+    if (!shown) {
+      this.box.style.setProperty('display', 'none', 'important');
+      return;
+    }
+    const origin = this.host.getBoundingClientRect();
+    const zoom = /** @type {any} */ (this.host).currentCSSZoom ?? 1;
+    this.rect = shown.rect;
+    PluginArea.style(this.box, {
+      display: 'block',
+      left: `${(shown.rect.left - origin.left) / zoom}px`,
+      top: `${(shown.rect.top - origin.top) / zoom}px`,
+      width: `${shown.rect.width / zoom}px`,
+      height: `${shown.rect.height / zoom}px`,
+      opacity: String(shown.opacity),
+    });
+  }
+
+  /** @private @param {Rectangle} visible */
+  cut(visible) {
+    if (!this.rect) {
+      return;
+    }
+    const { left, top, width, height } = this.rect;
+    const inside = [
+      visible.top - top,
+      left + width - visible.left - visible.width,
+      top + height - visible.top - visible.height,
+      visible.left - left,
+    ].map((inset) => Math.max(0, inset));
+    const whole = inside.every((inset) => inset < 1);
+    this.box.style.setProperty('clip-path',
+      whole ? 'none' : `inset(${inside.map((inset) => `${inset}px`).join(' ')})`, 'important');
+  }
+
+  /**
+   * The words for those who see them, and for those who hear them read.
+   * @param {string} text @param {string} [more] the whole of it
+   */
+  say(text, more = text) {
+    this.content.replaceChildren(text);
+    this.box.setAttribute('aria-label', more);
+    this.box.title = more === this.label ? '' : more;
+  }
+
+  /** The label, or the picture in its place. */
+  sayLabel() {
+    this.say(this.label);
+    if (this.picture) {
+      this.content.replaceChildren(this.picture);
+    }
+  }
+
+  /**
+   * Draws the picture from its bytes: no address is asked, so that no policy of the page forbids it.
+   * @param {{type: string, data: string, width: number, height: number}} told
+   */
+  async showPicture({ type, data, width, height }) {
+    const bytes = Uint8Array.from(atob(data), (character) => character.charCodeAt(0));
+    const bitmap = await createImageBitmap(new Blob([bytes], { type }), { imageOrientation: 'none' });
+    const canvas = document.createElement('canvas');
+    canvas.width = width;
+    canvas.height = height;
+    PluginArea.style(canvas, { all: 'initial', display: 'block', flex: 'none' });
+    canvas.getContext('2d')?.drawImage(bitmap, 0, 0);
+    bitmap.close();
+    this.picture = canvas;
+    this.sayLabel();
+  }
+
+  /** Nothing works here, and why. @param {string} complaint */
+  showBroken(complaint) {
+    this.say(extension.i18n.getMessage('areaBroken'), complaint);
+  }
+}

@@ -10,7 +10,6 @@
 // standard error (ovlogline.cpp), the ring of files (ovlogring.cpp) and the system log
 // (ovlogsys.cpp). Everything here except formatMessage is called with `log_lock` held. It is taken
 // before the ring's file lock.
-int ov_log_openfile();
 
 namespace ov_log_internal {
 
@@ -31,7 +30,7 @@ void selectStandardError(bool selected);
 void setEchoLevel(int level);
 int writeLine(int level, const char* format, va_list args) __attribute__((format(printf, 2, 0)));
 
-// The ring. ov_log_openfile opens its current file; the caller holds the file lock, too.
+// The ring.
 int setRingName(const char* name);  // Does not open anything.
 int openRingLock();
 void closeRing();  // Flushes and closes the file, destroys the file lock.
@@ -46,5 +45,8 @@ int writeSystemLog(int level, const char* format, va_list args)
     __attribute__((format(printf, 2, 0)));
 
 }  // namespace ov_log_internal
+
+// Opens the ring's current file. The caller holds the ring's file lock, too.
+int ov_log_openfile();
 
 #endif  // OVLIB_OVLOG_INTERNAL_H_

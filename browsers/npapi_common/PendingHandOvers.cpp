@@ -60,12 +60,17 @@ Entries<Content> takeAll(Entries<Content>& entries, PendingHandOvers::Owner owne
   return taken;
 }
 
+// The entry is made before the lock is taken: for want of memory its content goes outside.
 template <typename Content>
 PendingHandOvers::Ticket addEntry(Entries<Content>& entries, PendingHandOvers::Owner owner,
                                   Content content) {
+  Entries<Content> made;
+  made.emplace(0, Owned<Content>{owner, std::move(content)});
+  auto entry = made.extract(made.begin());
   std::lock_guard<std::mutex> lock(registry().mutex);
   const PendingHandOvers::Ticket ticket = ++registry().lastTicket;
-  entries.emplace(ticket, Owned<Content>{owner, std::move(content)});
+  entry.key() = ticket;
+  entries.insert(std::move(entry));
   return ticket;
 }
 

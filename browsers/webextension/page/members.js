@@ -5,43 +5,27 @@
 'use strict';
 
 (() => {
-  const { Error, TypeError, CustomEvent, MouseEvent, Promise, WeakMap, Symbol } = globalThis;
-  const { apply, defineProperty, getOwnPropertyDescriptor, setPrototypeOf } = Reflect;
+  const { Error, TypeError, CustomEvent, MouseEvent, Promise, Symbol } = globalThis;
+  const { apply, defineProperty, getOwnPropertyDescriptor } = Reflect;
   const { parse, stringify } = JSON;
-  const { isFinite } = Number;
-  const { is } = Object;
   const page = document;
 
-  /**
-   * An object without a prototype, on which nothing is found that a script has put there.
-   * @template {object} T @param {T} object @returns {T}
-   */
-  const bare = (object) => {
-    setPrototypeOf(object, null);
-    return object;
-  };
+  /** @returns {PageValues} what page_values.js has left here, before any script of the page could see it */
+  function takePageValues() {
+    const key = Symbol.for('orvane-web.values');
+    const values = /** @type {any} */ (globalThis)[key];
+    delete /** @type {any} */ (globalThis)[key];
+    return values;
+  }
 
-  /**
-   * A method as a function of its object.
-   * @param {Function} method
-   * @returns {(object: any, ...args: any[]) => any}
-   */
-  const uncurried = (method) => apply(Function.prototype.bind, Function.prototype.call, [method]);
-
-  /** @type {(prototype: object, name: string) => (object: any) => any} */
-  const getterOf = (prototype, name) =>
-    uncurried(/** @type {Function} */ (getOwnPropertyDescriptor(prototype, name)?.get));
+  const { bare, getterOf, uncurried, decode, encode, encodeAll, forgetAll, objectOf, release } =
+    takePageValues();
 
   const dispatch = uncurried(EventTarget.prototype.dispatchEvent);
   const listen = uncurried(EventTarget.prototype.addEventListener);
   const unlisten = uncurried(EventTarget.prototype.removeEventListener);
   const detailOf = getterOf(CustomEvent.prototype, 'detail');
   const relatedTargetOf = getterOf(MouseEvent.prototype, 'relatedTarget');
-  const numberOf = uncurried(WeakMap.prototype.get);
-  const setNumber = uncurried(WeakMap.prototype.set);
-  const wellFormed = uncurried(/** @type {any} */ (String.prototype).toWellFormed);
-
-  /** @typedef {{last: {id: number, next: any} | null}} Mentions the objects that one request mentions */
 
   const refusal = 'Error calling method on NPObject.';
   const orphaned =
@@ -53,101 +37,6 @@
   /** @type {EventTarget | null} a node of the extension's, in no document */
   let channel = null;
   let reply = '';
-
-  // ---- The page's objects, by number ----
-
-  /** @type {{[id: number]: {object: any, mentions: number} | undefined}} */
-  let held = bare({});
-  let numbers = new WeakMap();
-  let lastNumber = 0;
-
-  /** @param {object} object */
-  function mention(object) {
-    const known = numberOf(numbers, object);
-    const entry = known && held[known];
-    if (entry) {
-      ++entry.mentions;
-      return known;
-    }
-    setNumber(numbers, object, ++lastNumber);
-    held[lastNumber] = { object, mentions: 1 };
-    return lastNumber;
-  }
-
-  /** @type {(id: number, mentions: number) => void} */
-  function release(id, mentions) {
-    const entry = held[id];
-    if (entry && (entry.mentions -= mentions) <= 0) {
-      delete held[id];
-    }
-  }
-
-  function forgetAll() {
-    held = bare({});
-    numbers = new WeakMap();
-  }
-
-  /** @param {any} object */
-  function hasOnDrop(object) {
-    try {
-      return typeof object.onDrop === 'function';
-    } catch {
-      return false;
-    }
-  }
-
-  /**
-   * The JSON of a value; objects in it are mentioned, and noted in `mentions`.
-   * @type {(value: any, mentions: Mentions) => string}
-   */
-  function encode(value, mentions) {
-    switch (typeof value) {
-      case 'string':
-        return stringify(wellFormed(value));
-      case 'boolean':
-        return value ? 'true' : 'false';
-      case 'number':
-        return isFinite(value) && !is(value, -0)
-          ? '' + value
-          : '{"v":"number","text":"' + (value === 0 ? '-0' : '' + value) + '"}';
-      case 'object':
-      case 'function':
-        break;
-      default:
-        return '{"v":"undefined"}';
-    }
-    if (value === null) {
-      return 'null';
-    }
-    const id = mention(value);
-    mentions.last = { id, next: mentions.last };
-    return '{"v":"object","id":' + id + ',"callable":' + (typeof value === 'function') +
-      ',"methods":' + (hasOnDrop(value) ? '["onDrop"]' : '[]') + '}';
-  }
-
-  /** @type {(args: any[], mentions: Mentions) => string} */
-  function encodeAll(args, mentions) {
-    let text = '';
-    for (let i = 0; i < args.length; ++i) {
-      text += (i === 0 ? '' : ',') + encode(args[i], mentions);
-    }
-    return '[' + text + ']';
-  }
-
-  /** @param {any} value what JSON.parse made of a value */
-  function decode(value) {
-    if (typeof value !== 'object' || value === null) {
-      return value;
-    }
-    switch (value.v) {
-      case 'number':
-        return +value.text;
-      case 'object':
-        return held[value.id]?.object ?? null;
-      default:
-        return undefined;
-    }
-  }
 
   // ---- Asking the content script ----
 
@@ -175,7 +64,7 @@
 
   /**
    * Asks, and takes back what was mentioned when nothing was sent.
-   * @type {(element: any, request: string, mentions: Mentions) => any}
+   * @type {(element: any, request: string, mentions: PageMentions) => any}
    */
   function demand(element, request, mentions) {
     const answer = parse(ask(element, request));
@@ -203,7 +92,7 @@
 
   /** @type {(element: any, name: string, args: any[], way?: string) => any} */
   function callMethod(element, name, args, way = '"call"') {
-    /** @type {Mentions} */
+    /** @type {PageMentions} */
     const mentions = { last: null };
     return demand(element, '[' + way + ',' + stringify('' + name) + ',' + encodeAll(args, mentions) + ']', mentions);
   }
@@ -214,7 +103,7 @@
 
   /** @type {(element: any, name: string, value: any, way?: string) => any} */
   function setProperty(element, name, value, way = '"set"') {
-    /** @type {Mentions} */
+    /** @type {PageMentions} */
     const mentions = { last: null };
     demand(element, '[' + way + ',' + stringify('' + name) + ',' + encode(value, mentions) + ']', mentions);
   }
@@ -249,7 +138,7 @@
 
   /** @param {any[]} tell */
   function hear(tell) {
-    const object = held[tell[1]]?.object;
+    const object = objectOf(tell[1]);
     switch (tell[0]) {
       case 'call':
         return callPage(undefined, object, tell[2]);

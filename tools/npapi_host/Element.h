@@ -19,6 +19,7 @@ struct Element {
   NameValues params;  // a "type" is added in front when there is none
   int width = 0;      // pixels, at most 65535
   int height = 0;
+  bool windowed = true;  // has an area in the page's window, when there is one
 };
 
 }  // namespace npapi_host

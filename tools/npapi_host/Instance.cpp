@@ -56,7 +56,8 @@ void Instance::giveWindow(const Element& element) {
   _window.clipRect = {0, 0, static_cast<uint16_t>(element.height),
                       static_cast<uint16_t>(element.width)};
   _window.type = NPWindowTypeDrawable;
-  if (WindowLink* window = _services.page->window()) {
+  WindowLink* window = element.windowed ? _services.page->window() : nullptr;
+  if (window != nullptr) {
     const unsigned long area = window->addArea(_owner, element.width, element.height);
     WindowLink::describeScreen(&_windowSystem);
     _window.window = reinterpret_cast<void*>(area);

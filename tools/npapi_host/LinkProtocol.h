@@ -12,7 +12,8 @@ namespace npapi_host {
 //   understands besides
 // Window to page:
 //   window XID (once, first) | area ID XID | closed (the user closed it; the page shall end) |
-//   destroyed (another program took the X window away; the last word)
+//   destroyed (another program took the X window away; the last word) | what the program itself
+//   understands besides
 // When one side's end closes, the other side ends as well.
 using Fields = std::vector<std::string>;
 

@@ -1,6 +1,7 @@
 #ifndef TOOLS_NPAPI_HOST_PAGE_SIDE_H_
 #define TOOLS_NPAPI_HOST_PAGE_SIDE_H_
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -72,6 +73,9 @@ class PageSide {
   virtual std::string origin() = 0;
   // The same text for as long as there is a page.
   virtual const std::string& userAgent() = 0;
+  // What the module has accepted of a resource, in order, and then its end, however it came.
+  virtual void streamTaken(Owner, const char* /*bytes*/, size_t /*size*/) {}
+  virtual void streamEnded(Owner) {}
   // The window with the instances' areas; null without one.
   virtual WindowLink* window() { return nullptr; }
   // A sentence about a rule of the interface that was broken: "the module ...", "a stream ...".

@@ -141,8 +141,10 @@ Stream::Progress Stream::writePiece(Instance* instance) {
     close(NPRES_NETWORK_ERR);
     return Progress::kClosed;
   }
-  _position += static_cast<size_t>(std::min(accepted, size));
-  _offset += std::min(accepted, size);
+  const size_t taken = static_cast<size_t>(std::min(accepted, size));
+  instance->services().page->streamTaken(instance->owner(), &_bytes[_position], taken);
+  _position += taken;
+  _offset += static_cast<int32_t>(taken);
   if (accepted == 0) {
     _postPump(kRetryMilliseconds);
     return Progress::kLater;
@@ -160,6 +162,7 @@ void Stream::close(NPReason reason) {
   const NPPluginFuncs& plugin = *instance->services().plugin;
   if (_opened && plugin.destroystream != nullptr) {
     plugin.destroystream(instance->npp(), &_record, reason);
+    instance->services().page->streamEnded(instance->owner());
   }
   if (_notify && plugin.urlnotify != nullptr && !instance->ended()) {
     plugin.urlnotify(instance->npp(), _notifyAddress.c_str(), reason, _record.notifyData);

@@ -133,6 +133,8 @@ void WindowLink::handle(const Fields& fields) {
     setClosed("");
   } else if (fields[0] == "destroyed") {
     setClosed("another program has destroyed the window");
+  } else if (_onTold) {
+    _onTold(fields);
   }
 }
 

@@ -7,6 +7,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <utility>
 
 #include "npapi/npapi.h"
 #include "tools/npapi_host/LinkProtocol.h"
@@ -43,6 +44,9 @@ class WindowLink {
   using Closed = std::function<void(const std::string& problem)>;
   void onClosed(Closed function);
   bool closed() const { return _closed; }
+  // Called for each message that only the program itself understands.
+  using Told = std::function<void(const Fields&)>;
+  void onTold(Told function) { _onTold = std::move(function); }
 
   // What a module is told about the screen that its window is on.
   static void describeScreen(NPSetWindowCallbackStruct* screen);
@@ -65,6 +69,7 @@ class WindowLink {
   bool _closed = false;
   std::string _problem;
   Closed _onClosed;
+  Told _onTold;
 };
 
 }  // namespace npapi_host

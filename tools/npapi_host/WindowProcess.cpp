@@ -19,7 +19,8 @@ namespace {
 class WindowServer {
  public:
   WindowServer(int descriptor, const WindowMaker& makeWindow)
-      : _link(descriptor), _window(makeWindow()) {
+      : _link(descriptor),
+        _window(makeWindow([this](const Fields& fields) { _link.send(fields); })) {
     theServer = this;
     XSetIOErrorHandler(cutOff);
     GtkWidget* toplevel = _window->toplevel();

@@ -12,8 +12,10 @@ namespace npapi_host {
 // its end of the socket pair. A program that opens a WindowLink must serve this option.
 constexpr char kWindowProcessOption[] = "--window-process";
 
-// Makes the window, and shows it.
-using WindowMaker = std::function<std::unique_ptr<ServedWindow>()>;
+// Makes the window, which must have its X window by then. `tell` takes messages of the program's
+// own to the page's process.
+using Tell = std::function<void(const Fields&)>;
+using WindowMaker = std::function<std::unique_ptr<ServedWindow>(Tell tell)>;
 
 // Whether these arguments start the window's process; then `descriptor` is its end of the pair.
 bool isWindowProcess(int argc, char** argv, int* descriptor);

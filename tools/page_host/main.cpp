@@ -10,8 +10,9 @@
 int main(int argc, char** argv) {
   int descriptor = -1;
   if (npapi_host::isWindowProcess(argc, argv, &descriptor)) {
-    return npapi_host::runWindowProcess(descriptor,
-                                        [] { return std::make_unique<page_host::PageWindow>(); });
+    return npapi_host::runWindowProcess(descriptor, [](const npapi_host::Tell&) {
+      return std::make_unique<page_host::PageWindow>();
+    });
   }
   page_host::Options options;
   switch (page_host::parseOptions(argc, argv, &options)) {

@@ -1,5 +1,6 @@
 #include "tools/web_host/Elements.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <utility>
 
@@ -17,6 +18,7 @@ using npapi_host::VariantList;
 
 namespace {
 
+const char kEnded[] = "The element has ended.";
 const char kModuleVariable[] = "ORVANE_WEB_MODULE";
 
 NPIdentifier identifierFor(const std::string& name) {
@@ -33,13 +35,36 @@ std::string answerOf(uint64_t number, const Thrown& thrown, NPVariant* result) {
 
 }  // namespace
 
+std::string Elements::findModule(std::string* error) {
+  const char* given = std::getenv(kModuleVariable);
+  return npapi_host::Module::find(given != nullptr ? given : "",
+                                  std::string("name it with ") + kModuleVariable, error);
+}
+
+std::optional<npapi_host::Owner> Elements::areaOf(uint64_t element, std::string* error) const {
+  const auto found = _elements.find(element);
+  if (found == _elements.end() || found->second.instance == nullptr) {
+    *error = found != _elements.end() ? found->second.error : kEnded;
+    return std::nullopt;
+  }
+  if (!found->second.hasArea) {
+    *error = "Orvane Web: The element takes no drops, or there is no display.";
+    return std::nullopt;
+  }
+  return found->second.instance->owner();
+}
+
+size_t Elements::alive() const {
+  return static_cast<size_t>(
+      std::count_if(_elements.begin(), _elements.end(),
+                    [](const auto& each) { return each.second.instance != nullptr; }));
+}
+
 bool Elements::loadModule(std::string* error) {
   if (_host != nullptr) {
     return true;
   }
-  const char* given = std::getenv(kModuleVariable);
-  const std::string path = npapi_host::Module::find(
-      given != nullptr ? given : "", std::string("name it with ") + kModuleVariable, error);
+  const std::string path = findModule(error);
   if (path.empty()) {
     return false;
   }
@@ -64,13 +89,17 @@ std::string Elements::make(const Operation& operation) {
   element.params = operation.params;
   element.width = operation.width;
   element.height = operation.height;
+  element.windowed = takesDrops(operation.params);
+  if (element.windowed) {
+    _page->setWindow(_areas->start());
+  }
   _page->expect(operation.element);
   const std::shared_ptr<Instance> instance = _host->instances().create(element, &error);
   if (instance == nullptr) {
     return makeDead(operation, "Orvane Web: " + error);
   }
   _page->made(instance->owner(), operation.element);
-  _elements[operation.element] = {instance, ""};
+  _elements[operation.element] = {instance, "", element.windowed && _page->window() != nullptr};
   return doneAnswer(operation.number);
 }
 
@@ -78,7 +107,7 @@ std::string Elements::makeDead(const Operation& operation, const std::string& er
   if (_elements.count(operation.element) > 0) {
     return errorAnswer(operation.number, "The element exists already.");
   }
-  _elements[operation.element] = {nullptr, error};
+  _elements[operation.element] = {nullptr, error, false};
   return errorAnswer(operation.number, error);
 }
 
@@ -96,7 +125,7 @@ std::string Elements::use(const Operation& operation, Use use) {
     }
     return errorAnswer(operation.number, found != _elements.end() && !found->second.error.empty()
                                              ? found->second.error
-                                             : "The element has ended.");
+                                             : kEnded);
   }
   VariantList values(operation.values.size());
   for (size_t i = 0; i < operation.values.size(); ++i) {
@@ -130,7 +159,7 @@ std::string Elements::set(const Operation& operation) {
 std::string Elements::end(const Operation& operation) {
   const auto found = _elements.find(operation.element);
   if (found == _elements.end()) {
-    return errorAnswer(operation.number, "The element has ended.");
+    return errorAnswer(operation.number, kEnded);
   }
   const std::shared_ptr<Instance> instance = found->second.instance;
   _elements.erase(found);

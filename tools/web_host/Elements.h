@@ -3,9 +3,11 @@
 
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "tools/npapi_host/PluginHost.h"
+#include "tools/web_host/Areas.h"
 #include "tools/web_host/Message.h"
 #include "tools/web_host/RemotePage.h"
 
@@ -16,8 +18,8 @@ namespace web_host {
 // Main thread only.
 class Elements {
  public:
-  // Borrowed; outlives this.
-  explicit Elements(RemotePage* page) : _page(page) {}
+  // Borrowed; both outlive this.
+  Elements(RemotePage* page, Areas* areas) : _page(page), _areas(areas) {}
   Elements(const Elements&) = delete;
   Elements& operator=(const Elements&) = delete;
 
@@ -29,6 +31,13 @@ class Elements {
   std::string get(const Operation& operation);
   std::string set(const Operation& operation);
   std::string end(const Operation& operation);
+  // The instance whose area takes the element's drops; nothing, with a message, when there is none.
+  std::optional<npapi_host::Owner> areaOf(uint64_t element, std::string* error) const;
+  // How many have an instance.
+  size_t alive() const;
+  // The path of the module, which may not be loaded yet; empty, with a message, when there is none.
+  static std::string findModule(std::string* error);
+  bool moduleLoaded() const { return _host != nullptr; }
   // Instances end; the module stays.
   void endAll();
 
@@ -36,6 +45,7 @@ class Elements {
   struct Made {
     std::shared_ptr<npapi_host::Instance> instance;
     std::string error;  // why there is no instance
+    bool hasArea = false;
   };
 
   template <typename Use>
@@ -43,6 +53,7 @@ class Elements {
   bool loadModule(std::string* error);
 
   RemotePage* _page;
+  Areas* _areas;
   std::unique_ptr<npapi_host::PluginHost> _host;
   std::map<uint64_t, Made> _elements;
 };

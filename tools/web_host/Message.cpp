@@ -40,9 +40,13 @@ std::string stringOf(const JsonValue& node, const char* name) {
   return memberOf(node, name, Kind::kString, "a string").text;
 }
 
-bool isTrue(const JsonValue& node, const char* name) {
+bool truthOf(const JsonValue& node, const char* name, bool otherwise) {
   const JsonValue* found = optionalMember(node, name, Kind::kBoolean, "true or false");
-  return found != nullptr && found->truth;
+  return found != nullptr ? found->truth : otherwise;
+}
+
+bool isTrue(const JsonValue& node, const char* name) {
+  return truthOf(node, name, false);
 }
 
 // Nothing when the number is too large for a double.
@@ -203,16 +207,45 @@ void readSet(const JsonValue& node, Operation* operation) {
 
 void readNothing(const JsonValue&, Operation*) {}
 
+void readDrop(const JsonValue& node, Operation* operation) {
+  for (const JsonValue& name : memberOf(node, "names", Kind::kArray, "an array").items) {
+    if (!name.is(Kind::kString)) {
+      refuse("names", "an array of strings");
+    }
+    operation->names.push_back(name.text);
+  }
+}
+
+void readState(const JsonValue& node, Operation* operation) {
+  operation->check = isTrue(node, "check");
+}
+
+void readLeave(const JsonValue& node, Operation*) {
+  if (stringOf(node, "leave") != "forget") {
+    refuse("leave", "forget");
+  }
+}
+
 struct Reader {
   const char* op;
   Operation::Kind kind;
   void (*read)(const JsonValue&, Operation*);
+  bool ofElement;
 };
 
 const Reader kReaders[] = {
-    {"make", Operation::Kind::kMake, readMake},  {"call", Operation::Kind::kCall, readCall},
-    {"get", Operation::Kind::kGet, readGet},     {"set", Operation::Kind::kSet, readSet},
-    {"end", Operation::Kind::kEnd, readNothing}, {"skip", Operation::Kind::kSkip, readNothing},
+    {"make", Operation::Kind::kMake, readMake, true},
+    {"call", Operation::Kind::kCall, readCall, true},
+    {"get", Operation::Kind::kGet, readGet, true},
+    {"set", Operation::Kind::kSet, readSet, true},
+    {"end", Operation::Kind::kEnd, readNothing, true},
+    {"skip", Operation::Kind::kSkip, readNothing, false},
+    {"drag", Operation::Kind::kDrag, readNothing, true},
+    {"dragEnd", Operation::Kind::kDragEnd, readNothing, true},
+    {"drop", Operation::Kind::kDrop, readDrop, true},
+    {"window", Operation::Kind::kWindow, readNothing, true},
+    {"state", Operation::Kind::kState, readState, false},
+    {"leave", Operation::Kind::kForget, readLeave, false},
 };
 
 void readByKind(const JsonValue& message, Operation* operation) {
@@ -222,7 +255,7 @@ void readByKind(const JsonValue& message, Operation* operation) {
   if (reader == std::end(kReaders)) {
     throw MessageError("There is no operation \"" + op.substr(0, 40) + "\".");
   }
-  if (reader->kind != Operation::Kind::kSkip) {
+  if (reader->ofElement) {
     operation->element = idOf(message, "element");
   }
   reader->read(message, operation);
@@ -247,6 +280,7 @@ Hello readHello(const JsonValue& message) {
   hello.browser = stringOf(message, "browser");
   hello.version = stringOf(message, "version");
   hello.isPrivate = isTrue(message, "private");
+  hello.isPage = truthOf(message, "page", true);
   return hello;
 }
 

@@ -27,6 +27,7 @@ struct Hello {
   std::string browser;
   std::string version;  // the extension's
   bool isPrivate = false;
+  bool isPage = true;  // false: the extension's own, which asks for the state
 };
 
 // A value that the page passes.
@@ -44,7 +45,21 @@ struct Value {
 
 // What the page does with one of its elements.
 struct Operation {
-  enum class Kind { kMake, kCall, kGet, kSet, kEnd, kSkip, kWrong };
+  enum class Kind {
+    kMake,
+    kCall,
+    kGet,
+    kSet,
+    kEnd,
+    kSkip,
+    kDrag,
+    kDragEnd,
+    kDrop,
+    kWindow,
+    kState,
+    kForget,
+    kWrong
+  };
 
   uint64_t number = 0;  // its place in the page's order, from 1
   Kind kind = Kind::kWrong;
@@ -54,7 +69,9 @@ struct Operation {
   std::vector<std::pair<std::string, std::string>> params;  // of the new element
   int width = 0;                                            // CSS pixels, at most 65535
   int height = 0;
-  std::string complaint;  // what is wrong with it
+  std::vector<std::string> names;  // of the files that were dropped
+  bool check = false;              // the state, with the application's
+  std::string complaint;           // what is wrong with it
 };
 
 // Numbers of operations, elements and objects: what a double holds exactly.

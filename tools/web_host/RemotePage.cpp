@@ -6,6 +6,7 @@
 #include "tools/npapi_host/MainLoop.h"
 #include "tools/npapi_host/NpObjects.h"
 #include "tools/npapi_host/PluginHost.h"
+#include "tools/web_host/Picture.h"
 #include "tools/web_host/Reply.h"
 
 namespace web_host {
@@ -140,6 +141,11 @@ void RemotePage::releaseUnused(uint64_t object) {
   }
 }
 
+void RemotePage::instanceEnded(Owner owner) {
+  _elements.erase(owner);
+  _pictures.erase(owner);
+}
+
 NPObject* RemotePage::windowObject(Owner owner) {
   return objectFor(kWindow, owner);
 }
@@ -194,6 +200,29 @@ bool RemotePage::mayFetch(const std::string& address) {
 
 std::string RemotePage::baseAddress() {
   return startsWith(_hello.address, "about:") ? _hello.origin + "/" : _hello.address;
+}
+
+// One byte more than allowed is enough to tell that it is too large.
+void RemotePage::streamTaken(Owner owner, const char* bytes, size_t size) {
+  std::string& picture = _pictures[owner];
+  picture.append(bytes, std::min(size, Picture::kMostBytes + 1 - picture.size()));
+}
+
+void RemotePage::streamEnded(Owner owner) {
+  const auto found = _pictures.find(owner);
+  if (found == _pictures.end()) {
+    return;
+  }
+  const std::string bytes = std::move(found->second);
+  _pictures.erase(found);
+  try {
+    const std::optional<Picture> picture = readPicture(bytes);
+    if (picture.has_value()) {
+      _send(pictureTell(elementOf(owner), *picture));
+    }
+  } catch (const PictureError& error) {
+    complain(error.what());
+  }
 }
 
 void RemotePage::complain(const std::string& text) {

@@ -32,7 +32,7 @@ class RemotePage : public npapi_host::PageSide {
 
   NPObject* windowObject(npapi_host::Owner owner) override;
   NPObject* elementObject(npapi_host::Owner) override { return nullptr; }
-  void instanceEnded(npapi_host::Owner owner) override { _elements.erase(owner); }
+  void instanceEnded(npapi_host::Owner owner) override;
   void hold(npapi_host::PageRef object) override;
   void letGo(npapi_host::PageRef object) override;
   bool hasMethod(npapi_host::PageRef object, const npapi_host::Identifier& name) override;
@@ -44,7 +44,14 @@ class RemotePage : public npapi_host::PageSide {
   std::string baseAddress() override;
   std::string origin() override { return _hello.origin; }
   const std::string& userAgent() override { return _hello.agent; }
+  // The only resource that the module fetches is its area's picture.
+  void streamTaken(npapi_host::Owner owner, const char* bytes, size_t size) override;
+  void streamEnded(npapi_host::Owner owner) override;
+  npapi_host::WindowLink* window() override { return _window; }
   void complain(const std::string& text) override;
+
+  // Where elements have their areas; borrowed, or null.
+  void setWindow(npapi_host::WindowLink* window) { _window = window; }
 
  private:
   // What the page has said of one of its objects, while it is known on both sides.
@@ -65,7 +72,9 @@ class RemotePage : public npapi_host::PageSide {
   std::map<std::string, std::string> _location;  // window.location, by property
   std::map<uint64_t, Known> _objects;
   std::map<npapi_host::Owner, uint64_t> _elements;
+  std::map<npapi_host::Owner, std::string> _pictures;  // as far as they have come
   uint64_t _expected = 0;
+  npapi_host::WindowLink* _window = nullptr;
 };
 
 // window.location's properties for an address, as browsers have them; of an address without a host

@@ -1,5 +1,7 @@
 #include "tools/web_host/Reply.h"
 
+#include <glib.h>
+
 #include <cmath>
 
 #include "tools/json/JsonWriter.h"
@@ -94,6 +96,46 @@ std::string valueAnswer(uint64_t number, const NPVariant& value) {
   return json.closeObject().text();
 }
 
+std::string countAnswer(uint64_t number, size_t count) {
+  JsonWriter json;
+  json.openObject().key("answer").value(static_cast<int64_t>(number));
+  return json.key("value").value(static_cast<int64_t>(count)).closeObject().text();
+}
+
+std::string truthAnswer(uint64_t number, bool truth) {
+  JsonWriter json;
+  json.openObject().key("answer").value(static_cast<int64_t>(number));
+  return json.key("value").value(truth).closeObject().text();
+}
+
+std::string stateAnswer(uint64_t number, const HostState& state) {
+  JsonWriter json;
+  json.openObject().key("answer").value(static_cast<int64_t>(number)).key("value").openObject();
+  json.key("version").value(ORVANE_VERSION).key("origin").value(state.origin);
+  json.key("leave").value(state.leave);
+  if (state.kept) {
+    json.key("by").value(state.file.empty() ? "user" : "administrator");
+  }
+  if (!state.file.empty()) {
+    json.key("file").value(state.file);
+  }
+  if (state.allowedNow.has_value()) {
+    json.key("now").value(*state.allowedNow ? "allow" : "deny");
+  }
+  json.key("module").openObject();
+  if (state.module.empty()) {
+    json.key("error").value(state.moduleError);
+  } else {
+    json.key("path").value(state.module).key("loaded").value(state.moduleLoaded);
+  }
+  json.closeObject().key("elements").value(static_cast<int64_t>(state.elements));
+  std::string text = json.closeObject().closeObject().text();
+  if (!state.check.empty()) {
+    text.insert(text.size() - 2, ",\"check\":" + state.check);
+  }
+  return text;
+}
+
 std::string refusedAnswer(uint64_t number, const std::string& text) {
   return answerText(number, "text", text);
 }
@@ -133,6 +175,25 @@ std::string leaveTell(const std::string& origin, Leave leave) {
   JsonWriter json;
   json.openObject().key("tell").value("leave").key("origin").value(origin);
   return json.key("leave").value(leaveWord(leave)).closeObject().text();
+}
+
+std::string pictureTell(uint64_t element, const Picture& picture) {
+  char* data =
+      g_base64_encode(reinterpret_cast<const guchar*>(picture.bytes.data()), picture.bytes.size());
+  JsonWriter json;
+  json.openObject().key("tell").value("picture");
+  json.key("element").value(static_cast<int64_t>(element)).key("type").value(picture.type);
+  json.key("data").value(data).key("width").value(static_cast<int64_t>(picture.width));
+  json.key("height").value(static_cast<int64_t>(picture.height)).closeObject();
+  g_free(data);
+  return json.text();
+}
+
+std::string windowTell(uint64_t element, bool open) {
+  JsonWriter json;
+  json.openObject().key("tell").value("window").key("element");
+  json.value(static_cast<int64_t>(element)).key("open").value(open);
+  return json.closeObject().text();
 }
 
 std::string fatalReply(const std::string& text) {

@@ -46,11 +46,11 @@ int openTurn() {
 
 }  // namespace
 
-SiteLeave::SiteLeave(const std::string& origin, bool isPrivate,
+SiteLeave::SiteLeave(const Hello& hello, Desktop* desktop,
                      std::function<void(const std::string&)> say)
-    : _isPrivate(isPrivate), _say(std::move(say)) {
+    : _isPrivate(hello.isPrivate), _desktop(desktop), _say(std::move(say)) {
   try {
-    _origin = normalOrigin(origin);
+    _origin = normalOrigin(hello.origin);
   } catch (const OriginError& error) {
     _originComplaint = error.what();
   }
@@ -58,10 +58,10 @@ SiteLeave::SiteLeave(const std::string& origin, bool isPrivate,
 
 void SiteLeave::decide(std::function<void()> done) {
   _done = std::move(done);
-  if (!_originComplaint.empty()) {
+  if (!possible()) {
     finish(State::kDenied, std::string(kRefused) + ": " + _originComplaint + ".");
   } else if (!readSites()) {
-    if (gtk_init_check(nullptr, nullptr)) {
+    if (_desktop->open()) {
       waitForTurn();
     } else {
       deny("Nobody could be asked whether this site may use Orvane Web: there is no display.");
@@ -69,13 +69,21 @@ void SiteLeave::decide(std::function<void()> done) {
   }
 }
 
-// False when they do not say.
-bool SiteLeave::readSites() {
+std::optional<Sites::Entry> SiteLeave::entry() {
+  if (!possible()) {
+    return std::nullopt;
+  }
   Sites sites;
-  const std::optional<Sites::Entry> entry = sites.find(_origin);
+  const std::optional<Sites::Entry> found = sites.find(_origin);
   for (const std::string& complaint : sites.complaints()) {
     _say("Orvane Web: " + complaint);
   }
+  return found;
+}
+
+// False when they do not say.
+bool SiteLeave::readSites() {
+  const std::optional<Sites::Entry> entry = this->entry();
   if (!entry.has_value()) {
     return false;
   }

@@ -6,8 +6,10 @@
 #include <optional>
 #include <string>
 
+#include "tools/web_host/Desktop.h"
 #include "tools/web_host/FdGuard.h"
 #include "tools/web_host/LeaveDialog.h"
+#include "tools/web_host/Message.h"
 #include "tools/web_host/Sites.h"
 
 namespace web_host {
@@ -16,9 +18,9 @@ namespace web_host {
 // thread only.
 class SiteLeave {
  public:
-  // `origin` as the browser writes it. In a private window nothing is kept. `say` takes sentences
-  // for the page's console.
-  SiteLeave(const std::string& origin, bool isPrivate, std::function<void(const std::string&)> say);
+  // In a private window nothing is kept. `say` takes sentences for the page's console.
+  // `desktop` is borrowed and outlives this.
+  SiteLeave(const Hello& hello, Desktop* desktop, std::function<void(const std::string&)> say);
   SiteLeave(const SiteLeave&) = delete;
   SiteLeave& operator=(const SiteLeave&) = delete;
 
@@ -26,7 +28,12 @@ class SiteLeave {
   bool allowed() const { return _state == State::kAllowed; }
   // Why the site may not; empty when it may.
   const std::string& refusal() const { return _refusal; }
-  // What the sites files say by now; nothing when the answer is for this document only.
+  // False for origins that are never allowed.
+  bool possible() const { return _originComplaint.empty(); }
+  // What the sites files say now. Nothing when they do not, or when it is not possible.
+  std::optional<Sites::Entry> entry();
+  // What the sites files said when it was decided, or were told then; nothing when the answer is
+  // for this document only.
   std::optional<Leave> kept() const { return _kept; }
   // The origin in its normal form.
   const std::string& origin() const { return _origin; }
@@ -49,6 +56,7 @@ class SiteLeave {
   std::string _origin;
   std::string _originComplaint;
   const bool _isPrivate;
+  Desktop* _desktop;
   const std::function<void(const std::string&)> _say;
   State _state = State::kUndecided;
   std::string _refusal;

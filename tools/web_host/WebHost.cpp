@@ -4,10 +4,12 @@
 
 #include <cstdio>
 #include <optional>
+#include <stdexcept>
 #include <utility>
 
 #include "tools/json/JsonDocument.h"
 #include "tools/json/JsonError.h"
+#include "tools/web_host/ApplicationCheck.h"
 #include "tools/web_host/Reply.h"
 
 namespace web_host {
@@ -30,7 +32,9 @@ int WebHost::run() {
   _tornDown = true;
   _reader.reset();
   _leave.reset();
+  _drops.reset();
   _elements.reset();
+  _areas.reset();
   _page.reset();
   _writer.finish();
   return _code;
@@ -65,9 +69,15 @@ void WebHost::greet(const json::JsonValue& message) {
   const Hello hello = readHello(message);
   const auto send = [this](const std::string& text) { _writer.write(text); };
   _page = std::make_unique<RemotePage>(hello, send);
-  _elements = std::make_unique<Elements>(_page.get());
-  _leave = std::make_unique<SiteLeave>(hello.origin, hello.isPrivate,
+  _areas = std::make_unique<Areas>(
+      &_desktop, hello.origin + " - Orvane Web",
+      [this, send](npapi_host::Owner area, bool open) { send(windowTell(_windows[area], open)); });
+  _elements = std::make_unique<Elements>(_page.get(), _areas.get());
+  _drops = std::make_unique<Drops>(&_desktop, _areas.get(), send);
+  _leave = std::make_unique<SiteLeave>(hello, &_desktop,
                                        [send](const std::string& text) { send(sayTell(text)); });
+  _origin = hello.origin;
+  _isPage = hello.isPage;
   _writer.write(helloReply());
 }
 
@@ -81,7 +91,24 @@ void WebHost::performInOrder() {
   }
 }
 
+// What the extension's own port may ask; nothing of it is a page's but the state.
+static bool mayAsk(bool isPage, Operation::Kind kind) {
+  switch (kind) {
+    case Operation::Kind::kState:
+    case Operation::Kind::kSkip:
+    case Operation::Kind::kWrong:
+      return true;
+    case Operation::Kind::kForget:
+      return !isPage;
+    default:
+      return isPage;
+  }
+}
+
 void WebHost::perform(const Operation& operation) {
+  if (!mayAsk(_isPage, operation.kind)) {
+    return _writer.write(errorAnswer(operation.number, "Orvane Web: This cannot be asked here."));
+  }
   switch (operation.kind) {
     case Operation::Kind::kMake:
       return make(operation);
@@ -92,12 +119,97 @@ void WebHost::perform(const Operation& operation) {
     case Operation::Kind::kSet:
       return _writer.write(_elements->set(operation));
     case Operation::Kind::kEnd:
+      _drops->forget(operation.element);
       return _writer.write(_elements->end(operation));
     case Operation::Kind::kSkip:
       return _writer.write(doneAnswer(operation.number));
+    case Operation::Kind::kDrag:
+    case Operation::Kind::kDragEnd:
+    case Operation::Kind::kDrop:
+    case Operation::Kind::kWindow:
+      return performOnArea(operation);
+    case Operation::Kind::kState:
+      return tellState(operation);
+    case Operation::Kind::kForget:
+      return forget(operation);
     case Operation::Kind::kWrong:
       return _writer.write(errorAnswer(operation.number, "Orvane Web: " + operation.complaint));
   }
+}
+
+void WebHost::performOnArea(const Operation& operation) {
+  std::string error;
+  const std::optional<npapi_host::Owner> area = _elements->areaOf(operation.element, &error);
+  if (!area.has_value()) {
+    return _writer.write(errorAnswer(operation.number, error));
+  }
+  switch (operation.kind) {
+    case Operation::Kind::kDrag:
+      return _drops->drag(operation);
+    case Operation::Kind::kDragEnd:
+      return _drops->dragEnd(operation);
+    case Operation::Kind::kDrop:
+      return _drops->drop(operation, *area);
+    default:
+      return openWindow(operation, *area);
+  }
+}
+
+void WebHost::openWindow(const Operation& operation, npapi_host::Owner area) {
+  _windows[area] = operation.element;
+  _areas->open(area, [this, number = operation.number](bool open) {
+    _writer.write(open ? doneAnswer(number)
+                       : errorAnswer(number, "Orvane Web: The drop window could not be opened."));
+  });
+}
+
+HostState WebHost::state() {
+  HostState state;
+  state.origin = _leave->possible() ? _leave->origin() : _origin;
+  const std::optional<Sites::Entry> entry = _leave->entry();
+  if (entry.has_value()) {
+    state.leave = leaveWord(entry->leave);
+    state.file = entry->file;
+    state.kept = true;
+  } else {
+    state.leave = _leave->possible() ? "ask" : "never";
+  }
+  if (_leave->decided()) {
+    state.allowedNow = _leave->allowed();
+  }
+  state.module = Elements::findModule(&state.moduleError);
+  state.moduleLoaded = _elements->moduleLoaded();
+  state.elements = _elements->alive();
+  return state;
+}
+
+void WebHost::tellState(const Operation& operation) {
+  const HostState now = state();
+  if (!operation.check) {
+    return _writer.write(stateAnswer(operation.number, now));
+  }
+  checkApplication([this, now, number = operation.number](const std::string& json) {
+    HostState checked = now;
+    checked.check = json;
+    _writer.write(stateAnswer(number, checked));
+  });
+}
+
+// What an administrator says stays.
+void WebHost::forget(const Operation& operation) {
+  try {
+    if (!_leave->possible()) {
+      throw std::runtime_error("This site cannot be allowed, nor forgotten.");
+    }
+    Sites::set(_leave->origin(), std::nullopt);
+  } catch (const std::runtime_error& error) {
+    return _writer.write(errorAnswer(operation.number, std::string("Orvane Web: ") + error.what()));
+  }
+  const std::optional<Sites::Entry> entry = _leave->entry();
+  if (entry.has_value()) {
+    _writer.write(leaveTell(_leave->origin(), entry->leave));
+  }
+  _writer.write(doneAnswer(operation.number));
 }
 
 void WebHost::make(const Operation& operation) {
@@ -109,6 +221,9 @@ void WebHost::make(const Operation& operation) {
       MainLoop::post([this] { performInOrder(); });
     });
     return;
+  }
+  if (_leave->allowed()) {
+    _desktop.open();  // without one there are no dialogs either
   }
   if (_leave->kept().has_value()) {
     _writer.write(leaveTell(_leave->origin(), *_leave->kept()));

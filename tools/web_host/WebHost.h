@@ -1,18 +1,23 @@
 #ifndef TOOLS_WEB_HOST_WEB_HOST_H_
 #define TOOLS_WEB_HOST_WEB_HOST_H_
 
+#include <map>
 #include <memory>
 #include <string>
 
 #include "tools/json/JsonValue.h"
 #include "tools/npapi_host/MainLoop.h"
+#include "tools/web_host/Areas.h"
 #include "tools/web_host/Deadline.h"
 #include "tools/web_host/Descriptors.h"
+#include "tools/web_host/Desktop.h"
+#include "tools/web_host/Drops.h"
 #include "tools/web_host/Elements.h"
 #include "tools/web_host/FrameReader.h"
 #include "tools/web_host/FrameWriter.h"
 #include "tools/web_host/OperationOrder.h"
 #include "tools/web_host/RemotePage.h"
+#include "tools/web_host/Reply.h"
 #include "tools/web_host/SiteLeave.h"
 
 namespace web_host {
@@ -37,6 +42,11 @@ class WebHost {
   void performInOrder();
   void perform(const Operation& operation);
   void make(const Operation& operation);
+  void tellState(const Operation& operation);
+  HostState state();
+  void forget(const Operation& operation);
+  void performOnArea(const Operation& operation);
+  void openWindow(const Operation& operation, npapi_host::Owner area);
   void giveUp(const std::string& reason);
   void end(int code);
   void endNested();
@@ -46,9 +56,15 @@ class WebHost {
   npapi_host::MainLoop _loop;
   FrameWriter _writer;
   OperationOrder _order;
+  Desktop _desktop;
   std::unique_ptr<RemotePage> _page;  // null before the browser's first message
+  std::unique_ptr<Areas> _areas;
   std::unique_ptr<Elements> _elements;
+  std::unique_ptr<Drops> _drops;
+  std::map<npapi_host::Owner, uint64_t> _windows;  // which elements the drop windows are of
   std::unique_ptr<SiteLeave> _leave;
+  std::string _origin;  // as the browser writes it
+  bool _isPage = true;
   bool _asking = false;  // operations wait
   bool _ended = false;
   bool _tornDown = false;

@@ -2,7 +2,11 @@
 
 #include <cstdio>
 #include <exception>
+#include <memory>
+#include <utility>
 
+#include "tools/npapi_host/WindowProcess.h"
+#include "tools/web_host/AreaWindows.h"
 #include "tools/web_host/Options.h"
 #include "tools/web_host/WebHost.h"
 
@@ -19,6 +23,12 @@ static int serveBrowser() {
 }
 
 int main(int argc, char** argv) {
+  int descriptor = -1;
+  if (npapi_host::isWindowProcess(argc, argv, &descriptor)) {
+    return npapi_host::runWindowProcess(descriptor, [](npapi_host::Tell tell) {
+      return std::make_unique<web_host::AreaWindows>(std::move(tell));
+    });
+  }
   try {
     const std::optional<int> done = web_host::runOptions(argc, argv);
     return done.has_value() ? *done : serveBrowser();

@@ -46,8 +46,7 @@ class PluginArea {
     });
     this.host.attachShadow({ mode: 'closed' }).append(this.box);
     this.box.append(this.content);
-    this.box.setAttribute('role', 'img');
-    this.say(this.label);
+    this.sayLabel();
   }
 
   /** @private @param {HTMLElement} node @param {{[property: string]: string}} values */
@@ -122,14 +121,27 @@ class PluginArea {
    * @param {string} text @param {string} [more] the whole of it
    */
   say(text, more = text) {
+    this.isLabelled = false;
     this.content.replaceChildren(text);
+    this.box.setAttribute('role', 'img');
+    this.box.removeAttribute('tabindex');
+    this.box.style.setProperty('cursor', 'default', 'important');
     this.box.setAttribute('aria-label', more);
     this.box.title = more === this.label ? '' : more;
+  }
+
+  /** Words to click on. @param {string} text */
+  sayButton(text) {
+    this.say(text);
+    this.box.setAttribute('role', 'button');
+    this.box.tabIndex = 0;
+    this.box.style.setProperty('cursor', 'pointer', 'important');
   }
 
   /** The label, or the picture in its place. */
   sayLabel() {
     this.say(this.label);
+    this.isLabelled = true;
     if (this.picture) {
       this.content.replaceChildren(this.picture);
     }
@@ -149,7 +161,9 @@ class PluginArea {
     canvas.getContext('2d')?.drawImage(bitmap, 0, 0);
     bitmap.close();
     this.picture = canvas;
-    this.sayLabel();
+    if (this.isLabelled) {
+      this.sayLabel();
+    }
   }
 
   /** Nothing works here, and why. @param {string} complaint */

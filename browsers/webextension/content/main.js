@@ -3,7 +3,7 @@
 /** One document's plugin elements, and the three that they connect: page, document and host. */
 class DocumentPlugins {
   constructor() {
-    /** @type {Map<Element, {number: number, link: HostLink, area: PluginArea}>} */
+    /** @type {Map<Element, {number: number, link: HostLink, area: PluginArea, drops?: AreaDrops}>} */
     this.begun = new Map();
     this.lastNumber = 0;
     /** @type {HostLink | null} */
@@ -74,16 +74,27 @@ class DocumentPlugins {
       return;
     }
     this.link ??= this.openLink();
-    const plugin = { number: ++this.lastNumber, link: this.link, area: new PluginArea(element) };
+    const params = elementFacts.parameters(element);
+    const plugin = this.makePlugin(element, this.link, AreaDrops.areTaken(params));
     this.begun.set(element, plugin);
     this.finder.watchType(element);
     this.watchPage();
     plugin.link.send({
       op: 'make',
       element: plugin.number,
-      params: elementFacts.parameters(element),
+      params,
       ...elementFacts.size(element),
     }, (answer) => answer.error !== undefined && plugin.area.showBroken(answer.error));
+  }
+
+  /** @private @param {HTMLElement} element @param {HostLink} link @param {boolean} takesDrops */
+  makePlugin(element, link, takesDrops) {
+    const number = ++this.lastNumber;
+    const area = new PluginArea(element);
+    const drops = !takesDrops ? undefined : new AreaDrops(area, (operation, settle) => {
+      link.send({ ...operation, element: number }, settle);
+    });
+    return { number, link, area, drops };
   }
 
   /** @private @param {Element} element */
@@ -124,6 +135,8 @@ class DocumentPlugins {
         : ['method', tell.object, tell.method, tell.args]);
     } else if (tell.tell === 'picture') {
       this.find(tell.element)?.area.showPicture(tell);
+    } else if (tell.tell === 'window') {
+      this.find(tell.element)?.drops?.showWindow(tell.open);
     }
   }
 

@@ -1,0 +1,122 @@
+'use strict';
+
+/**
+ * Drags of files over an area, and the drop window where they lead to nothing. The page hears none of
+ * these events, and cannot make one: only what the browser vouches for counts. No path passes here; the
+ * host asks the drag's source for them while the drag is over the area.
+ */
+class AreaDrops {
+  /**
+   * @param {PluginArea} area
+   * @param {(operation: {op: string, names?: string[]}, settle?: (answer: Answer) => void) => void} send
+   */
+  constructor(area, send) {
+    this.area = area;
+    this.send = send;
+    this.lastDrag = 0;
+    this.over = false;
+    /** Whether the drag that is over the area can become a drop, as far as is known. */
+    this.possible = true;
+    this.offers = false;
+    this.listen('dragenter', (event) => this.enter(event));
+    this.listen('dragover', (event) => this.stay(event));
+    this.listen('dragleave', () => this.leave());
+    this.listen('drop', (event) => this.drop(event));
+    area.box.addEventListener('click', (event) => event.isTrusted && this.open());
+    area.box.addEventListener('keydown', (event) => {
+      if (event.isTrusted && (event.key === 'Enter' || event.key === ' ')) {
+        event.preventDefault();
+        this.open();
+      }
+    });
+  }
+
+  /** Whether an element with these parameters takes drops. @param {[string, string][]} params */
+  static areTaken(params) {
+    return params.some(([name, value]) => name === 'drop-mode' && (value === 'upload' || value === 'callback'));
+  }
+
+  /** The drop window has been opened or closed. @param {boolean} open */
+  showWindow(open) {
+    if (open) {
+      this.offer(extension.i18n.getMessage('areaWindowOpen'));
+    } else if (this.offers) {
+      this.offer(extension.i18n.getMessage('areaOffer'));
+    }
+  }
+
+  /**
+   * @private
+   * @param {'dragenter' | 'dragover' | 'dragleave' | 'drop'} type
+   * @param {(event: DragEvent) => void} react
+   */
+  listen(type, react) {
+    this.area.box.addEventListener(type, (event) => {
+      event.stopPropagation();
+      if (event.isTrusted && event.dataTransfer?.types.includes('Files')) {
+        event.preventDefault();
+        react(event);
+      }
+    });
+  }
+
+  /** @private @param {DragEvent} event */
+  enter(event) {
+    if (!this.over) {
+      this.over = true;
+      this.possible = true;
+      const drag = ++this.lastDrag;
+      this.send({ op: 'drag' }, (answer) => drag === this.lastDrag && this.learn(answer.error));
+    }
+    this.stay(event);
+  }
+
+  /** @private @param {DragEvent} event */
+  stay(event) {
+    /** @type {DataTransfer} */ (event.dataTransfer).dropEffect = this.possible ? 'copy' : 'none';
+  }
+
+  /** @private */
+  leave() {
+    if (this.over) {
+      this.over = false;
+      this.send({ op: 'dragEnd' });
+    }
+  }
+
+  /** @private @param {DragEvent} event */
+  drop(event) {
+    const files = [.../** @type {DataTransfer} */ (event.dataTransfer).files];
+    if (this.over) {
+      this.over = false;
+      const drag = this.lastDrag;
+      this.send({ op: 'drop', names: files.map(({ name }) => name.toWellFormed()) },
+        (answer) => drag === this.lastDrag && answer.error !== undefined && this.learn(answer.error));
+    }
+  }
+
+  /** @private @param {string | undefined} error why the drag leads to nothing */
+  learn(error) {
+    this.possible = error === undefined;
+    if (error !== undefined) {
+      console.warn(error);
+      this.offer(extension.i18n.getMessage('areaOffer'));
+    } else if (this.offers) {
+      this.offers = false;
+      this.area.sayLabel();
+    }
+  }
+
+  /** @private @param {string} text */
+  offer(text) {
+    this.offers = true;
+    this.area.sayButton(text);
+  }
+
+  /** @private */
+  open() {
+    if (this.offers) {
+      this.send({ op: 'window' }, (answer) => answer.error !== undefined && console.warn(answer.error));
+    }
+  }
+}

@@ -165,7 +165,7 @@ void answerOverwrite(bool replace) {
   key(replace ? "Return" : "Escape");
 }
 
-void drag(const std::string& from, const std::string& to) {
+void drag(const std::string& from, const std::string& to, const std::function<void()>& over) {
   const Point start = middleOf(from);
   const Point end = middleOf(to);
   movePointer(start.x, start.y);
@@ -182,6 +182,9 @@ void drag(const std::string& from, const std::string& to) {
   }
   waitFor([&] { return xdotool("getwindowname " + from) == "Drop welcome"; },
           std::chrono::seconds(3));
+  if (over) {
+    over();
+  }
   xdotool("mouseup 1");
 }
 

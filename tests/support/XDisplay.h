@@ -43,8 +43,9 @@ void cancel(const std::string& title);
 // The chooser's question whether a file may be replaced.
 void answerOverwrite(bool replace);
 // Drags from the middle of one window, that of test_drag_source, to the middle of another, and
-// drops there when the drop is welcome, or after 3 seconds.
-void drag(const std::string& from, const std::string& to);
+// drops there when the drop is welcome, or after 3 seconds. `over` is called just before that.
+void drag(const std::string& from, const std::string& to,
+          const std::function<void()>& over = nullptr);
 
 }  // namespace user
 

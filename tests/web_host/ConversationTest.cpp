@@ -19,10 +19,15 @@ namespace {
 
 namespace fs = std::filesystem;
 using testing::AllOf;
+using testing::EndsWith;
 using testing::HasSubstr;
+using testing::StartsWith;
 
 const char kOrigin[] = "https://a.example";
 const char kLeave[] = R"({"tell":"leave","origin":"https://a.example","leave":"allow"})";
+
+const std::string kGif(  // two white pixels
+    "GIF89a\2\0\1\0\x80\0\0\xff\xff\xff\0\0\0,\0\0\0\0\2\0\1\0\0\2\2\4\n\0;", 35);
 
 class Conversation : public Sandbox {
  protected:
@@ -204,17 +209,61 @@ TEST_F(Conversation, sendsWhatIsLargeInPieces) {
   EXPECT_GE(_host->frames(), 4u);
 }
 
+// The extension's own port asks, and is no page.
+TEST_F(Conversation, tellsTheStateAndForgetsASite) {
+  fs::create_directories(path(".config/orvane-web"));
+  writeFile(path(".config/orvane-web/sites"), "deny https://b.example\n");
+  const auto hello = [](const char* origin, const char* more) {
+    return R"({"hello":1,"address":"","agent":"","browser":"","version":"","origin":")" +
+           std::string(origin) + "\"" + more + "}";
+  };
+  const char kState[] = R"({"n":1,"op":"state"})";
+  const char kForget[] = R"({"n":2,"op":"leave","leave":"forget"})";
+  const char kNot[] = "This cannot be asked here.";
+  const struct {
+    const char *origin, *more;
+    std::string operation;
+    const char* answer;
+  } kRows[] = {
+      {"https://b.example", "", kForget, kNot},
+      {"https://b.example", R"(,"page":false)", kState, R"("leave":"deny","by":"user","module")"},
+      {"https://b.example", R"(,"page":false)", kForget, R"({"answer":2})"},
+      {"https://b.example", R"(,"page":false)", kState, R"("leave":"ask","module":{"path":)"},
+      {"https://a.example", "", kState, R"("leave":"allow","by":"administrator","file":")"},
+      {"https://a.example", R"(,"page":false)", makeElement(), kNot},
+      {"null", R"(,"page":false)", kState, R"("origin":"null","leave":"never")"},
+      {"https://a.example", "", R"({"n":1,"op":"state","check":true})",
+       R"("loaded":false},"elements":0,"check":{"version":")" ORVANE_VERSION},
+  };
+  for (const auto& row : kRows) {
+    SCOPED_TRACE(std::string(row.origin) + row.more + row.operation);
+    HostProcess host(path("stderr"));
+    host.send(hello(row.origin, row.more));
+    host.receive();
+    if (row.operation == kForget) {
+      host.send(R"({"n":1,"op":"skip"})");
+      host.receive();
+    }
+    host.send(row.operation);
+    EXPECT_THAT(host.receive(), HasSubstr(row.answer));
+  }
+}
+
 TEST_F(Conversation, fetchesThePictureForThePage) {
   const struct {
     const char *origin, *base, *image, *requested;
+    std::string body;
+    const char* told;
   } kRows[] = {
-      {kOrigin, "/album/x.html", "pic.png", "GET /album/pic.png "},
-      {"file://", "", "http://127.0.0.1:PORT/pic.png", "GET /pic.png "},
-      {kOrigin, "/album/x.html", "file:///etc/hostname", nullptr},
+      {kOrigin, "/album/x.html", "pic.png", "GET /album/pic.png ", kGif, nullptr},
+      {"file://", "", "http://127.0.0.1:PORT/pic.png", "GET /pic.png ", "no picture", nullptr},
+      {kOrigin, "/", "http://127.0.0.1:PORT/pic", "GET /pic ", kGif,
+       R"({"tell":"picture","element":1,"type":"image/png","data":"iVBOR)"},
+      {kOrigin, "/album/x.html", "file:///etc/hostname", nullptr, "", nullptr},
   };
   for (const auto& row : kRows) {
     SCOPED_TRACE(row.image);
-    ScriptedServer server(httpResponse("no picture"));
+    ScriptedServer server(httpResponse(row.body));
     const std::string port = std::to_string(server.port());
     std::string image = row.image;
     if (image.find("PORT") != std::string::npos) {
@@ -230,6 +279,10 @@ TEST_F(Conversation, fetchesThePictureForThePage) {
       ASSERT_TRUE(waitFor([&] { return server.requestCount() > 0; }));
       EXPECT_THAT(server.requests()[0],
                   AllOf(HasSubstr(row.requested), HasSubstr("User-Agent: Browser/1\r\n")));
+    }
+    if (row.told != nullptr) {
+      EXPECT_THAT(host.receive(),
+                  AllOf(StartsWith(row.told), EndsWith(R"(,"width":2,"height":1})")));
     }
     EXPECT_EQ(logLines("Unable to load image from URL: " + image).size(),
               row.requested != nullptr ? 0u : 1u);

@@ -20,7 +20,7 @@ namespace test_support {
 
 namespace fs = std::filesystem;
 
-HostProcess::HostProcess(const std::string& errorFile) {
+HostProcess::HostProcess(const std::string& errorFile, bool inWindow) {
   int in[2];
   int out[2];
   if (pipe2(in, O_CLOEXEC) != 0 || pipe2(out, O_CLOEXEC) != 0) {
@@ -31,6 +31,9 @@ HostProcess::HostProcess(const std::string& errorFile) {
     dup2(in[0], 0);
     dup2(out[1], 1);
     dup2(open(errorFile.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600), 2);
+    if (inWindow) {
+      execl(BROWSER_WINDOW, BROWSER_WINDOW, "Browser", WEB_HOST_PROGRAM, "manifest", nullptr);
+    }
     execl(WEB_HOST_PROGRAM, WEB_HOST_PROGRAM, "chrome-extension://extension/", nullptr);
     _exit(127);
   }

@@ -11,8 +11,9 @@ namespace test_support {
 // orvane-web-host with the test as its browser.
 class HostProcess {
  public:
-  // Standard error goes to that file.
-  explicit HostProcess(const std::string& errorFile);
+  // Standard error goes to that file. With a window the browser is a program that has one, titled
+  // "Browser", else the test itself.
+  explicit HostProcess(const std::string& errorFile, bool inWindow = false);
   ~HostProcess();
   HostProcess(const HostProcess&) = delete;
   HostProcess& operator=(const HostProcess&) = delete;

@@ -74,18 +74,20 @@ void Areas::takeOpen(Owner owner, bool open) {
 
 // The window's process has ended: nothing is open any more, nor will be.
 void Areas::lost() {
-  for (const auto& [owner, open] : std::map<Owner, bool>(_open)) {
-    takeOpen(owner, false);
+  const std::map<Owner, bool> known = _open;
+  for (const auto& each : known) {
+    takeOpen(each.first, false);
   }
-  for (const auto& each : std::multimap<Owner, std::function<void(bool)>>(std::move(_opening))) {
+  decltype(_opening) opening;
+  opening.swap(_opening);
+  for (const auto& each : opening) {
     each.second(false);
   }
-  _opening.clear();
-  for (const auto& each :
-       std::map<std::string, std::function<void(Dropped)>>(std::move(_dropping))) {
+  decltype(_dropping) dropping;
+  dropping.swap(_dropping);
+  for (const auto& each : dropping) {
     each.second(Dropped::kFailed);
   }
-  _dropping.clear();
 }
 
 bool takesDrops(const npapi_host::NameValues& params) {

@@ -32,9 +32,9 @@ int WebHost::run() {
   _tornDown = true;
   _reader.reset();
   _leave.reset();
-  _drops.reset();
   _elements.reset();
   _areas.reset();
+  _drops.reset();  // drops that the areas have not answered are its
   _page.reset();
   _writer.finish();
   return _code;

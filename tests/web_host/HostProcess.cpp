@@ -20,7 +20,7 @@ namespace test_support {
 
 namespace fs = std::filesystem;
 
-HostProcess::HostProcess(const std::string& errorFile, bool inWindow) {
+HostProcess::HostProcess(const std::string& errorFile, bool inWindow) : _errorFile(errorFile) {
   int in[2];
   int out[2];
   if (pipe2(in, O_CLOEXEC) != 0 || pipe2(out, O_CLOEXEC) != 0) {
@@ -127,11 +127,20 @@ int HostProcess::wait() {
     }
     _pid = -1;
     _status = WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
+    const std::string errors = readFile(_errorFile);
+    EXPECT_EQ(errors.find("Sanitizer"), std::string::npos) << errors;
   }
   return _status;
 }
 
+void addOption(const char* variable, const std::string& option) {
+  if (const char* options = std::getenv(variable)) {
+    setenv(variable, (std::string(options) + ":" + option).c_str(), 1);
+  }
+}
+
 void setUpHost(const std::string& home) {
+  addOption("TSAN_OPTIONS", "report_thread_leaks=0");  // an end without order joins no thread
   signal(SIGPIPE, SIG_IGN);
   setenv("ORVANE_WEB_MODULE", MODULE, 1);
   setenv("XDG_CONFIG_DIRS", (home + "/etc").c_str(), 1);

@@ -30,12 +30,13 @@ class HostProcess {
   size_t frames() const { return _frames; }
 
   void closeInput();
-  // Waits for the end: the exit status, or minus the signal.
+  // Waits for the end: the exit status, or minus the signal. What a sanitizer says fails the test.
   int wait();
 
  private:
   std::string receiveFrame();
 
+  const std::string _errorFile;
   pid_t _pid;
   int _input;
   int _output;
@@ -43,6 +44,8 @@ class HostProcess {
   int _status = -1;
 };
 
+// Adds to a sanitizer's options, when it has any.
+void addOption(const char* variable, const std::string& option);
 // What the host finds around it: the module, an application to launch, and directories of its own,
 // all below that home directory.
 void setUpHost(const std::string& home);

@@ -27,7 +27,7 @@ cat >"$directory/tsconfig.json" <<END
     "target": "es2024", "module": "es2022", "lib": ["es2024", "dom", "dom.iterable"],
     "types": ["chrome"], "typeRoots": ["$directory/node_modules/@types"]
   },
-  "include": ["$extension/background", "$extension/content", "$extension/page"]
+  "include": ["$extension/background", "$extension/content", "$extension/page", "$extension/popup"]
 }
 END
 "$directory/node_modules/.bin/tsc" -p "$directory/tsconfig.json"

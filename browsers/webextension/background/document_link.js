@@ -1,3 +1,4 @@
+import { DocumentFacts } from './document_facts.js';
 import { PieceJoiner } from './piece_joiner.js';
 import { extension, hostGone, hostName, isFirefox } from './extension.js';
 
@@ -17,8 +18,9 @@ export class DocumentLink {
    * @param {chrome.runtime.Port} port
    * @param {SynchronousWay} way
    * @param {(origin: string, leave: string) => void} noteLeave
+   * @param {(tabId: number) => void} changed told when `facts` change
    */
-  constructor(port, way, noteLeave) {
+  constructor(port, way, noteLeave, changed) {
     this.port = port;
     this.way = way;
     this.noteLeave = noteLeave;
@@ -29,6 +31,7 @@ export class DocumentLink {
     this.origin = originOf(sender);
     /** @type {Set<number>} operations whose answers the page stands still for */
     this.awaited = new Set();
+    this.facts = new DocumentFacts(() => changed(this.tabId));
     this.complaint = '';
     this.greeted = false;
     this.pieces = new PieceJoiner((message) => this.deliver(message));
@@ -59,6 +62,7 @@ export class DocumentLink {
       const { sync, ...operation } = message;
       this.ask(operation);
     } else {
+      this.facts.sent(message);
       this.toHost(message);
     }
   }
@@ -82,6 +86,7 @@ export class DocumentLink {
 
   /** @private @param {any} message from the host, whole */
   deliver(message) {
+    this.facts.told(message);
     if ('hello' in message) {
       this.greeted = true;
     } else if ('fatal' in message) {
@@ -107,6 +112,7 @@ export class DocumentLink {
       this.deliver({ answer: n, error: this.complaint });
     }
     this.port.postMessage({ lost: this.complaint });
+    this.facts.changed();
   }
 
   /** The document has gone. */

@@ -4,6 +4,7 @@ import { DocumentLink } from './document_link.js';
 import { extension, isFirefox } from './extension.js';
 import { HeldRequests } from './held_requests.js';
 import { AnswerRules } from './answer_rules.js';
+import { TabReports } from './tab_reports.js';
 import { noteLeave } from './plugin_list_sites.js';
 
 /** @type {Map<string, DocumentLink>} by the key that the content script has drawn */
@@ -11,16 +12,23 @@ const links = new Map();
 
 const synchronousWay = isFirefox ? new HeldRequests(links) : new AnswerRules(links);
 
+const reports = new TabReports(links);
+
 extension.runtime.onConnect.addListener((port) => {
+  if (TabReports.isReader(port)) {
+    reports.serve(port);
+    return;
+  }
   if (links.has(port.name) || port.sender?.tab?.id === undefined) {
     port.disconnect();
     return;
   }
-  const link = new DocumentLink(port, synchronousWay, noteLeave);
+  const link = new DocumentLink(port, synchronousWay, noteLeave, (tabId) => reports.changed(tabId));
   links.set(port.name, link);
   synchronousWay.begin(link);
   port.onDisconnect.addListener(() => {
     links.delete(port.name);
     link.close();
+    reports.changed(link.tabId);
   });
 });

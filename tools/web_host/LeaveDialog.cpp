@@ -21,6 +21,11 @@ void addButton(GtkWidget* dialog, const char* label, LeaveDialog::Answer answer)
   gtk_dialog_add_button(GTK_DIALOG(dialog), label, responseOf(answer));
 }
 
+// Else the whole question is shown as selected, being all that takes the focus at first.
+void setUnselectable(GtkWidget* label, gpointer) {
+  gtk_label_set_selectable(GTK_LABEL(label), FALSE);
+}
+
 }  // namespace
 
 LeaveDialog::LeaveDialog(const std::string& origin, bool canKeep,
@@ -29,6 +34,9 @@ LeaveDialog::LeaveDialog(const std::string& origin, bool canKeep,
                                      GTK_BUTTONS_NONE, "May %s use Orvane Web?", origin.c_str())),
       _answered(std::move(answered)) {
   gtk_message_dialog_format_secondary_text(GTK_MESSAGE_DIALOG(_dialog), "%s", kWhat);
+  gtk_container_foreach(
+      GTK_CONTAINER(gtk_message_dialog_get_message_area(GTK_MESSAGE_DIALOG(_dialog))),
+      setUnselectable, nullptr);
   gtk_window_set_title(GTK_WINDOW(_dialog), "Orvane Web");
   gtk_window_set_position(GTK_WINDOW(_dialog), GTK_WIN_POS_CENTER);
   gtk_window_set_skip_taskbar_hint(GTK_WINDOW(_dialog), FALSE);

@@ -1,4 +1,6 @@
 #include <curl/curl.h>
+#include <glib.h>
+#include <unistd.h>
 
 #include <cstdio>
 #include <exception>
@@ -10,8 +12,16 @@
 #include "tools/web_host/Options.h"
 #include "tools/web_host/WebHost.h"
 
+// Browsers start this program in its own directory, where file dialogs would then begin.
+static void goHome() {
+  if (chdir(g_get_home_dir()) != 0) {
+    std::perror("orvane-web-host: the home directory cannot be entered");
+  }
+}
+
 static int serveBrowser() {
   const web_host::Channel channel = web_host::takeChannel();
+  goHome();
   curl_global_init(CURL_GLOBAL_DEFAULT);
   int code;
   {

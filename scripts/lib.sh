@@ -74,3 +74,13 @@ build_preset() {
   }
   cmake --build --preset "$@" || fail "the preset $1 does not build"
 }
+
+# The launched application is nobody's child: its own process file names it. Usage: end_application DATA
+end_application() {
+  pid_file=$1/var/run/process.pid
+  [ -f "$pid_file" ] || return 0
+  pid=$(cat "$pid_file")
+  case $(readlink "/proc/$pid/exe" 2>/dev/null) in
+    */orvanepellion) kill "$pid" 2>/dev/null || true ;;
+  esac
+}

@@ -53,11 +53,11 @@ function(orvane_system_headers)
 endfunction()
 
 # orvane_test(NAME SOURCES a.cpp b.cpp [LIBS x y] [LABELS l] [ENVIRONMENT A=b ...] [TIMEOUT s]
-#             [SERIAL] [NEEDS target ...])
+#             [SERIAL] [RESOURCE_LOCK name] [NEEDS target ...])
 # One test program; each of its cases becomes a ctest entry of its own. NEEDS names programs that
 # the cases start. A failing case prints its output; a case may not run longer than TIMEOUT seconds.
 function(orvane_test name)
-  cmake_parse_arguments(ARG "SERIAL" "TIMEOUT" "SOURCES;LIBS;LABELS;ENVIRONMENT;NEEDS" ${ARGN})
+  cmake_parse_arguments(ARG "SERIAL" "TIMEOUT;RESOURCE_LOCK" "SOURCES;LIBS;LABELS;ENVIRONMENT;NEEDS" ${ARGN})
   add_executable(${name} ${ARG_SOURCES})
   target_link_libraries(${name} PRIVATE ${ARG_LIBS} test_support GTest::gtest GTest::gmock test_main)
   if(ARG_NEEDS)
@@ -72,6 +72,9 @@ function(orvane_test name)
   endif()
   if(ARG_ENVIRONMENT)
     list(APPEND properties ENVIRONMENT "${ARG_ENVIRONMENT}")
+  endif()
+  if(ARG_RESOURCE_LOCK)
+    list(APPEND properties RESOURCE_LOCK ${ARG_RESOURCE_LOCK})
   endif()
   if(ARG_SERIAL)
     list(APPEND properties RUN_SERIAL TRUE)

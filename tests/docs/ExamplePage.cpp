@@ -31,14 +31,18 @@ void writeFiles(const std::string& home) {
   }
 }
 
-std::string promisePage(const Example& example, const std::map<std::string, std::string>& given,
-                        const std::string& print) {
+std::string embedElement(const Example& example) {
   std::string attributes = example.parameters.empty() ? " type=\"application/x-orvane-web\"" : "";
   for (const auto& [name, value] : example.parameters) {
     attributes.append(" ").append(name).append("=\"").append(value).append("\"");
   }
+  return "<embed" + attributes + ">\n";
+}
+
+std::string promisePage(const Example& example, const std::map<std::string, std::string>& given,
+                        const std::string& print) {
   std::string page = "<!DOCTYPE html>\n<meta charset=\"utf-8\">\n<title>" + example.name +
-                     "</title>\n<body>\n<embed" + attributes + ">\n" +
+                     "</title>\n<body>\n" + embedElement(example) +
                      textElement("module", readProjectFile("web/orvane-web.mjs")) +
                      textElement("example", example.script);
   std::string names = "plugin: document.querySelector('embed')";

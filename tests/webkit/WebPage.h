@@ -1,17 +1,13 @@
 #ifndef TESTS_WEBKIT_WEB_PAGE_H_
 #define TESTS_WEBKIT_WEB_PAGE_H_
 
-#include <httplib.h>
-
-#include <future>
 #include <memory>
-#include <mutex>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "tests/support/ChildProgram.h"
 #include "tests/support/DisplaySandbox.h"
+#include "tests/support/PageServer.h"
 
 namespace test_support {
 
@@ -38,7 +34,7 @@ class WebPage : public DisplaySandbox {
   // Both.
   void runPage(const std::string& address);
   // Answers the page that asked the server for "/told.js", which waits until then. Once a page.
-  void tell(const std::string& script) { _told.set_value(script); }
+  void tell(const std::string& script) { _server.tell(script); }
   // While the page is open.
   size_t countHostThreads() const;
   size_t countHostDescriptors() const;
@@ -48,18 +44,10 @@ class WebPage : public DisplaySandbox {
     test_support::makeFile(path("files/" + name), size);
   }
   // The paths that were asked of the server so far, with their queries.
-  std::vector<std::string> requestedPaths() const;
+  std::vector<std::string> requestedPaths() const { return _server.requestedPaths(); }
 
  private:
-  void serve();
-
-  httplib::Server _server;
-  int _port;
-  mutable std::mutex _mutex;
-  std::vector<std::string> _requestedPaths;  // guarded by _mutex
-  std::thread _thread;
-  std::promise<std::string> _told;
-  std::shared_future<std::string> _whatIsTold;
+  PageServer _server;
   std::unique_ptr<ChildProgram> _host;
   std::string _transcript;
 };

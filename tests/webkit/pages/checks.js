@@ -2,9 +2,18 @@
 // with: 0 when there were checks and all of them held.
 
 var checks = { made: 0, failed: 0 };
+// With "?report=yes", what was seen is said as well.
+var reporting = argument('report') !== '';
 
 function say(text) {
   console.log(text);
+}
+
+// `seen` as far as JSON can say it.
+function report(seen, text) {
+  if (reporting) {
+    say('seen: ' + text + ': ' + JSON.stringify(seen));
+  }
 }
 
 function check(condition, text) {
@@ -16,6 +25,7 @@ function check(condition, text) {
 }
 
 function same(actual, expected, text) {
+  report(actual, text);
   check(actual === expected,
         text + ': ' + JSON.stringify(actual) + ' instead of ' + JSON.stringify(expected));
 }

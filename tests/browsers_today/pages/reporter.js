@@ -1,0 +1,28 @@
+// Stands behind checks.js: in today's browsers, what a page says goes to the test's server, and a page
+// whose last word is said makes place for the next one.
+(function() {
+  if (!window.fetch) {
+    return;  // an engine of the plugin's time
+  }
+  var send = window.fetch.bind(window);
+  var page = Math.random().toString(36).slice(2);
+  var lines = 0;
+
+  function goOn() {
+    location.replace('/idle.html');
+  }
+
+  // Numbered, since they may overtake each other.
+  say = function(text) {
+    lines += 1;
+    var address = '/said?page=' + page + '&line=' + lines;
+    var isLast = String(text).indexOf('PAGE DONE ') === 0 && window === window.parent;
+    if (window.saysByPictures) {
+      var picture = new Image();
+      picture.onload = picture.onerror = isLast ? goOn : null;
+      picture.src = address + '&text=' + encodeURIComponent(text);
+    } else {
+      send(address, { method: 'POST', body: text }).then(isLast ? goOn : null);
+    }
+  };
+})();

@@ -1,4 +1,4 @@
-import { DocumentFacts } from './document_facts.js';
+import { DocumentTransfers } from './document_transfers.js';
 import { PieceJoiner } from './piece_joiner.js';
 import { extension, hostGone, hostName, isFirefox } from './extension.js';
 
@@ -18,7 +18,7 @@ export class DocumentLink {
    * @param {chrome.runtime.Port} port
    * @param {SynchronousWay} way
    * @param {(origin: string, leave: string) => void} noteLeave
-   * @param {(tabId: number) => void} changed told when `facts` change
+   * @param {(tabId: number) => void} changed told when `transfers` change
    */
   constructor(port, way, noteLeave, changed) {
     this.port = port;
@@ -31,7 +31,7 @@ export class DocumentLink {
     this.origin = originOf(sender);
     /** @type {Set<number>} operations whose answers the page stands still for */
     this.awaited = new Set();
-    this.facts = new DocumentFacts(() => changed(this.tabId));
+    this.transfers = new DocumentTransfers(() => changed(this.tabId));
     this.complaint = '';
     this.greeted = false;
     this.pieces = new PieceJoiner((message) => this.deliver(message));
@@ -62,7 +62,7 @@ export class DocumentLink {
       const { sync, ...operation } = message;
       this.ask(operation);
     } else {
-      this.facts.sent(message);
+      this.transfers.sent(message);
       this.toHost(message);
     }
   }
@@ -86,7 +86,7 @@ export class DocumentLink {
 
   /** @private @param {any} message from the host, whole */
   deliver(message) {
-    this.facts.told(message);
+    this.transfers.told(message);
     if ('hello' in message) {
       this.greeted = true;
     } else if ('fatal' in message) {
@@ -112,7 +112,6 @@ export class DocumentLink {
       this.deliver({ answer: n, error: this.complaint });
     }
     this.port.postMessage({ lost: this.complaint });
-    this.facts.changed();
   }
 
   /** The document has gone. */

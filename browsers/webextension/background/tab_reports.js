@@ -1,16 +1,9 @@
 import { extension } from './extension.js';
 
 /** @typedef {import('./document_link.js').DocumentLink} DocumentLink */
-/** @typedef {import('./document_facts.js').Transfer} Transfer */
-/**
- * @typedef {{
- *   documents: {origin: string, elements: number, complaint: string}[],
- *   transfers: Transfer[],
- * }} TabReport
- */
-
-/** Tells the toolbar button's page of one tab, as long as it is open, and counts on the button the
- * transfers that are under way. */
+/** @typedef {import('./document_transfers.js').Transfer} Transfer */
+/** Tells the toolbar button's page, as long as it is open, of a tab's transfers that are under way, and
+ * counts them on the button. */
 export class TabReports {
   /** @param {Map<string, DocumentLink>} links */
   constructor(links) {
@@ -29,34 +22,27 @@ export class TabReports {
     const tabId = Number(port.name.slice('popup '.length));
     this.readers.set(port, tabId);
     port.onDisconnect.addListener(() => this.readers.delete(port));
-    port.postMessage(this.report(tabId));
+    port.postMessage(this.transfers(tabId));
   }
 
-  /** Something has changed in a document of the tab. @param {number} tabId */
+  /** The transfers of a document of the tab have changed. @param {number} tabId */
   changed(tabId) {
-    const report = this.report(tabId);
+    const transfers = this.transfers(tabId);
     for (const [port, id] of this.readers) {
       if (id === tabId) {
-        port.postMessage(report);
+        port.postMessage(transfers);
       }
     }
-    const count = report.transfers.length;
+    const count = transfers.length;
     extension.action.setBadgeText({ tabId, text: count > 0 ? String(count) : '' }).catch(() => {
       // The tab has gone.
     });
   }
 
-  /** @private @param {number} tabId @returns {TabReport} */
-  report(tabId) {
+  /** Each once, though several elements may be told of it. @private @param {number} tabId @returns {Transfer[]} */
+  transfers(tabId) {
     const links = [...this.links.values()].filter((link) => link.tabId === tabId);
-    const transfers = links.flatMap(({ facts }) => facts.transfers());
-    return {
-      documents: links.map(({ origin, complaint, facts }) => ({
-        origin,
-        elements: facts.elements.size,
-        complaint: complaint || ([...facts.elements.values()].find((element) => element.complaint)?.complaint ?? ''),
-      })).filter(({ elements }) => elements > 0),
-      transfers: [...new Map(transfers.map((transfer) => [transfer.id, transfer])).values()],
-    };
+    const told = links.flatMap(({ transfers }) => transfers.all());
+    return [...new Map(told.map((transfer) => [transfer.id, transfer])).values()];
   }
 }

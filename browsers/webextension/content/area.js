@@ -23,6 +23,8 @@ class PluginArea {
     /** @type {HTMLCanvasElement | null} */
     this.picture = null;
     this.keeps = 0;
+    /** Why nothing works; empty while it does. */
+    this.complaint = '';
     this.makeNodes();
     this.keep();
     this.place = new AreaBox(element, (shown) => this.show(shown), (visible) => this.cut(visible));
@@ -168,6 +170,7 @@ class PluginArea {
 
   /** Nothing works here, and why. @param {string} complaint */
   showBroken(complaint) {
+    this.complaint = complaint;
     this.say(extension.i18n.getMessage('areaBroken'), complaint);
   }
 }

@@ -158,6 +158,15 @@ class DocumentPlugins {
 
   static onUnload() {}
 
+  /** For the page of the toolbar's button. */
+  summary() {
+    return {
+      origin: location.protocol === 'file:' ? 'file://' : self.origin,
+      elements: this.begun.size,
+      complaint: [...this.begun.values()].map(({ area }) => area.complaint).find(Boolean) ?? '',
+    };
+  }
+
   /** @private @param {PageTransitionEvent} event */
   onHidden = (event) => {
     if (event.persisted) {
@@ -175,4 +184,4 @@ class DocumentPlugins {
   };
 }
 
-new DocumentPlugins();
+const documentPlugins = new DocumentPlugins();

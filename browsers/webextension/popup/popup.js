@@ -5,7 +5,8 @@ import { HostQuestion } from './host_question.js';
 import { applicationRow, elementRow, hostMissingRow, hostRow, moduleRow, siteRow, text } from './rows.js';
 
 /** @typedef {import('./rows.js').Row} Row */
-/** @typedef {import('../background/tab_reports.js').TabReport} TabReport */
+/** @typedef {import('./rows.js').DocumentSummary} DocumentSummary */
+/** @typedef {import('../background/document_transfers.js').Transfer} Transfer */
 
 const rows = /** @type {HTMLElement} */ (document.getElementById('rows'));
 const transfers = /** @type {HTMLElement} */ (document.getElementById('transfers'));
@@ -50,11 +51,11 @@ function show(place, name, row, forget) {
   }
 }
 
-/** @param {TabReport} report */
-function showTransfers(report) {
-  transfers.hidden = report.transfers.length === 0;
+/** @param {Transfer[]} underWay */
+function showTransfers(underWay) {
+  transfers.hidden = underWay.length === 0;
   const list = /** @type {HTMLElement} */ (transfers.querySelector('ul'));
-  list.replaceChildren(...report.transfers.map(({ direction, name, percentage, rate }) => {
+  list.replaceChildren(...underWay.map(({ direction, name, percentage, rate }) => {
     const rateText = new Intl.NumberFormat(undefined, { maximumFractionDigits: 1 }).format(rate / 1e6);
     const title = text(direction === 'send' ? 'upload' : 'download', name, percentage, rateText);
     const bar = make('progress', { max: 100, value: percentage, ariaLabel: title });
@@ -78,9 +79,9 @@ function askSite(origin, place) {
   return { host, known: again() };
 }
 
-/** @param {string} origin of the tab itself @param {TabReport} report */
-async function askHost(origin, report) {
-  const others = [...new Set(report.documents.map((each) => each.origin))].filter((each) => each !== origin);
+/** @param {string} origin of the tab itself @param {DocumentSummary[]} documents */
+async function askHost(origin, documents) {
+  const others = [...new Set(documents.map((each) => each.origin))].filter((each) => each !== origin);
   const sites = [origin, ...others].map((each) => askSite(each, placeOf('site')));
   const places = { host: placeOf('host'), module: placeOf('module'), application: placeOf('application') };
   sites.slice(1).forEach(({ known }) => known.catch(() => {}));
@@ -101,22 +102,32 @@ function originOf(address) {
   return url?.protocol === 'file:' ? 'file://' : url?.origin ?? 'null';
 }
 
+/**
+ * Asks the content scripts of all frames: it is they who know the elements.
+ * @param {number} tabId @returns {Promise<DocumentSummary[]>}
+ */
+async function documentsOf(tabId) {
+  const func = () => /** @type {any} */ (typeof documentPlugins === 'undefined' ? null : documentPlugins.summary());
+  try {
+    const frames = await extension.scripting.executeScript({ target: { tabId, allFrames: true }, func });
+    return frames.map(({ result }) => result).filter((result) => result?.elements > 0);
+  } catch {
+    return [];  // a page where no extension may run
+  }
+}
+
 async function start() {
   for (const node of /** @type {NodeListOf<HTMLElement>} */ (document.querySelectorAll('[data-text]'))) {
     node.textContent = text(node.dataset.text ?? '');
   }
   const [tab] = await extension.tabs.query({ active: true, currentWindow: true });
+  const tabId = /** @type {number} */ (tab.id);
+  const background = extension.runtime.connect({ name: `popup ${tabId}` });
+  background.onMessage.addListener(showTransfers);
   const element = placeOf('element');
-  let asked = false;
-  const background = extension.runtime.connect({ name: `popup ${tab.id}` });
-  background.onMessage.addListener((/** @type {TabReport} */ report) => {
-    element(elementRow(report));
-    showTransfers(report);
-    if (!asked) {
-      asked = true;
-      askHost(originOf(tab.url), report);
-    }
-  });
+  const documents = await documentsOf(tabId);
+  element(elementRow(documents));
+  await askHost(originOf(tab.url), documents);
 }
 
 start();

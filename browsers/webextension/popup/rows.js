@@ -1,6 +1,6 @@
 import { extension } from '../background/extension.js';
 
-/** @typedef {import('../background/tab_reports.js').TabReport} TabReport */
+/** @typedef {{origin: string, elements: number, complaint: string}} DocumentSummary */
 /** @typedef {import('./host_question.js').HostState} HostState */
 /** @typedef {import('./host_question.js').Finding} Finding */
 /** @typedef {{status: 'ok' | 'warning' | 'failed' | 'none', seen: string, remedy?: string, forget?: boolean}} Row */
@@ -8,8 +8,8 @@ import { extension } from '../background/extension.js';
 /** @type {(name: string, ...parts: (string | number)[]) => string} */
 export const text = (name, ...parts) => extension.i18n.getMessage(name, parts.map(String));
 
-/** @param {TabReport} report @returns {Row} */
-export function elementRow({ documents }) {
+/** @param {DocumentSummary[]} documents @returns {Row} */
+export function elementRow(documents) {
   const count = documents.reduce((sum, { elements }) => sum + elements, 0);
   const complaint = documents.find((each) => each.complaint)?.complaint;
   if (complaint) {

@@ -2,8 +2,8 @@ import { extension, hostGone, piecesOf, readyRule } from './extension.js';
 
 /** @typedef {import('./document_link.js').DocumentLink} DocumentLink */
 
-/** Chromium's synchronous way: a page that stands still repeats a request, which a rule of the manifest
- * leads to "pending"; an answer is a rule for that one address in that one tab, and goes when it was read.
+/** Chromium's synchronous way: a page that stands still repeats a request, which a rule that stays leads
+ * to "pending"; an answer is a rule for that one address in that one tab, and goes when it was read.
  * Both lead to data: addresses, which are quicker than files of the extension; Firefox lets pages forbid those.
  * Rules are changed in one piece at a time, so what has gathered meanwhile goes together. */
 export class AnswerRules {
@@ -17,7 +17,7 @@ export class AnswerRules {
     this.toAdd = [];
     /** @type {number[]} */
     this.toRemove = [];
-    this.changes = this.removeStale();
+    this.changes = this.prepareRules();
     this.changing = false;
     /** @type {ReturnType<typeof setTimeout> | undefined} */
     this.sweep = undefined;
@@ -90,8 +90,18 @@ export class AnswerRules {
     this.changing = false;
   }
 
-  /** What an earlier run of this script left behind. @private */
-  async removeStale() {
+  /**
+   * Takes away what an earlier run of this script left behind. The rules that say "pending" are kept over
+   * restarts of the browser: Chromium takes those of a manifest only from a directory that it can write.
+   * @private
+   */
+  async prepareRules() {
+    const pending = await (await fetch(extension.runtime.getURL('pending_rules.json'))).json();
+    const kept = await extension.declarativeNetRequest.getDynamicRules();
+    await extension.declarativeNetRequest.updateDynamicRules({
+      removeRuleIds: kept.map((rule) => rule.id),
+      addRules: pending,
+    });
     const rules = await extension.declarativeNetRequest.getSessionRules();
     await extension.declarativeNetRequest.updateSessionRules({
       removeRuleIds: rules.map((rule) => rule.id),

@@ -50,19 +50,32 @@ class SynchronousRequests {
     }
   }
 
-  /** @private @param {string} base */
+  /**
+   * The background makes Chromium's rules, so before its first start ever a request fails there that will
+   * soon be answered.
+   * @private
+   * @param {string} base
+   */
   isReady(base) {
     const deadline = Date.now() + 10_000;
-    try {
-      while (Date.now() < deadline) {
+    while (Date.now() < deadline) {
+      try {
         if (this.fetch('GET', base + '/.orvane-ready') !== null) {
           return true;
         }
+      } catch {
+        if (isFirefox || this.forbidden() || performance.now() > 10_000) {
+          return false;
+        }
       }
-    } catch {
-      // Forbidden here.
     }
     return false;
+  }
+
+  /** @private */
+  forbidden() {
+    const policy = /** @type {any} */ (document).featurePolicy;
+    return policy !== undefined && !policy.allowsFeature('sync-xhr');
   }
 
   /**

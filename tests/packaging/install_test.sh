@@ -5,9 +5,12 @@
 project=$1 build=$2 webkit_host=${3:-}
 . "$(dirname -- "$0")/support.sh"
 
+packages="orvane-web-extension orvane-web-tools orvane-web"
+
 clean_up() {
   end_children
-  [ -z "${installing:-}" ] || dpkg --purge orvane-web orvane-web-tools >/dev/null 2>&1 || true
+  # shellcheck disable=SC2086
+  [ -z "${installing:-}" ] || dpkg --purge $packages >/dev/null 2>&1 || true
   rm -rf "$stage"
 }
 trap clean_up EXIT
@@ -40,13 +43,15 @@ dpkg --path-include='/usr/share/*' -i "$build"/packages/*.deb >"$stage/dpkg.log"
   cat "$stage/dpkg.log"
   fail "the packages cannot be installed"
 }
-dpkg --verify orvane-web orvane-web-tools || fail "files differ from their checksums"
+# shellcheck disable=SC2086
+dpkg --verify $packages || fail "files differ from their checksums"
 try_out /usr
-man -w orvane-web-check orvane-page-host orvanepellion >/dev/null || fail "a man page is not found"
+man -w orvane-web-check orvane-web-host orvane-web-register orvane-page-host orvanepellion >/dev/null || fail "a man page is not found"
 end_children
 display_server=
 
-dpkg --purge orvane-web-tools orvane-web >"$stage/dpkg.log" 2>&1 || {
+# shellcheck disable=SC2086
+dpkg --purge $packages >"$stage/dpkg.log" 2>&1 || {
   cat "$stage/dpkg.log"
   fail "the packages cannot be removed"
 }

@@ -68,6 +68,7 @@ class WebCheck : public SimulatorTest {
   WebCheck() {
     setenv("MOZ_PLUGIN_PATH", ORVANE_MODULE_DIRECTORY, 1);
     setenv("DATA", dataPath("").c_str(), 1);
+    setenv("BROWSERS", path("browsers").c_str(), 1);
     installApplication("#!/bin/sh\ntouch \"$HOME/started\"\n");
   }
 
@@ -99,7 +100,8 @@ class WebCheck : public SimulatorTest {
     return outcome;
   }
 
-  std::string program = WEB_CHECK_PROGRAM;
+  // Without the machine's own browsers.
+  std::string program = "PATH=$BROWSERS " WEB_CHECK_PROGRAM;
 
   void expectBroken(const Breakage& row) const;
 };
@@ -256,15 +258,17 @@ TEST_F(WebCheck, makesMissingDirectoriesOnRequest) {
 
 // Permissions do not stop root, who checks as somebody else.
 TEST_F(WebCheck, namesWhatMayNotBeReadOrWritten) {
-  std::string commands = "use " ORVANE_MODULE_DIRECTORY
-                         "/nporvaneweb.so; chmod 0 ~/p/nporvaneweb.so; "
-                         "cd $DATA; : >var/log/orvane-pellion-browser-plugin.0.log; "
-                         "chmod 400 var/log/*.log; chmod 500 etc; cp " +
-                         program + " ~; cd /; ";
-  program = "~/orvane-web-check";
+  std::string commands =
+      "use " ORVANE_MODULE_DIRECTORY
+      "/nporvaneweb.so; chmod 0 ~/p/nporvaneweb.so; "
+      "cd $DATA; : >var/log/orvane-pellion-browser-plugin.0.log; "
+      "chmod 400 var/log/*.log; chmod 500 etc; cp " WEB_CHECK_PROGRAM " ~; cd /; ";
+  program = "PATH=$BROWSERS ~/orvane-web-check";
   if (geteuid() == 0) {
     commands += "chown -R 65534:65534 ~";
-    program = "setpriv --reuid=65534 --regid=65534 --clear-groups " + program;
+    program =
+        "PATH=$BROWSERS /usr/bin/setpriv --reuid=65534 --regid=65534 --clear-groups "
+        "~/orvane-web-check";
   }
   const Outcome outcome = check("", commands);
   EXPECT_EQ(outcome.code, 2);
@@ -347,11 +351,157 @@ print(report))");
   EXPECT_THAT(check(read).lines.back(), HasSubstr("'status': 'ok', 'broken': None"));
 }
 
+// Both browsers with all that they need: programs, profiles with the extension, manifests.
+const char kBrowsers[] = R"(
+mkdir -p $BROWSERS ~/.mozilla/firefox/p ~/.mozilla/native-messaging-hosts
+mkdir -p ~/.config/chromium/Default ~/.config/chromium/NativeMessagingHosts
+for program in firefox-esr chromium; do
+  printf '#!/bin/sh\n' >$BROWSERS/$program
+  chmod +x $BROWSERS/$program
+done
+cp -r $EXTENSION ~/extension
+FIREFOX=$HOME/.mozilla/native-messaging-hosts/example.orvane.web_host.json
+CHROMIUM=$HOME/.config/chromium/NativeMessagingHosts/example.orvane.web_host.json
+ADDONS=$HOME/.mozilla/firefox/p/extensions.json
+PREFERENCES=$HOME/.config/chromium/Default/Preferences
+SITES=$HOME/.config/orvane-web/sites
+manifest() {
+  printf '{"name":"example.orvane.web_host","type":"stdio","path":"%s","%s":["%s"]}' "$HOST" $2 $3 >$1
+}
+manifest $FIREFOX allowed_extensions orvane-web@orvane.example
+manifest $CHROMIUM allowed_origins chrome-extension://$ID/
+addons() { printf '{"addons":[{"id":"orvane-web@orvane.example","version":"%s","active":%s}]}' $1 $2 >$ADDONS; }
+addons $VERSION true
+preferences() {
+  printf '{"extensions":{"settings":{"%s":{"path":"%s/extension","disable_reasons":%s}}}}' $ID $HOME $1 >$PREFERENCES
+}
+preferences '[]'
+host() { printf '#!/bin/sh\n%s\n' "$1" >~/host; chmod +x ~/host; HOST=$HOME/host; }
+)";
+
+class BrowserLink : public WebCheck {
+ protected:
+  BrowserLink() {
+    setenv("HOST", WEB_HOST_PROGRAM, 1);
+    setenv("EXTENSION", EXTENSION_DIRECTORY, 1);
+    setenv("ID", ORVANE_CHROMIUM_ID, 1);
+    setenv("VERSION", ORVANE_VERSION, 1);
+    unsetenv("XDG_CONFIG_HOME");
+    unsetenv("CHROME_CONFIG_HOME");
+    unsetenv("ORVANE_WEB_MODULE");
+  }
+  void SetUp() override {
+    WebCheck::SetUp();
+    if (fs::exists("/usr/share/webext/orvane-web")) {
+      GTEST_SKIP() << "the extension is on this machine";
+    }
+  }
+};
+
+TEST_F(BrowserLink, isNamed) {
+  const std::string again = "manifest $FIREFOX allowed_extensions orvane-web@orvane.example";
+  const struct {
+    const char *label, *browser;
+    std::string make;
+    const char *check, *status, *seen;
+  } kRows[] = {
+      {"nothing wrong", "firefox", "", "extension", "ok", "version " ORVANE_VERSION " in "},
+      {"nothing wrong", "chromium", "", "sites", "ok", "can be read"},
+      {"no browser", "firefox", "rm $BROWSERS/*", "program", "failed", "no firefox-esr in PATH"},
+      {"a Flatpak alone", "firefox",
+       "rm $BROWSERS/*; mkdir -p ~/.local/share/flatpak/app/org.mozilla.firefox", "program",
+       "failed", "a Flatpak (org.mozilla.firefox), in a sandbox"},
+      {"a Flatpak as well", "chromium", "mkdir -p ~/.local/share/flatpak/app/org.chromium.Chromium",
+       "program", "warning", "/chromium; there is a Flatpak"},
+      {"no extension", "firefox", "rm $ADDONS", "extension", "failed", "neither"},
+      {"no extension", "chromium", "rm $PREFERENCES", "extension", "failed", "neither"},
+      {"its directory gone", "chromium", "rm -r ~/extension", "extension", "failed", "neither"},
+      {"another's key", "chromium", "sed -i 's/\"MII/\"MIJ/' ~/extension/manifest.json",
+       "extension", "failed", "neither"},
+      {"an older one", "firefox", "addons 3.0.0 true", "extension", "failed",
+       "version \"3.0.0\" instead of " ORVANE_VERSION},
+      {"an older one", "chromium",
+       "sed -i 's/\"version\": \".*\"/\"version\": \"3.0.0\"/' ~/extension/manifest.json",
+       "extension", "failed", "version \"3.0.0\""},
+      {"switched off", "firefox", "addons $VERSION false", "extension", "failed", "switched off"},
+      {"switched off", "chromium", "preferences '[1]'", "extension", "failed", "switched off"},
+      {"no manifest", "firefox", "rm $FIREFOX", "manifest", "failed",
+       "~/.mozilla/native-messaging-hosts"},
+      {"no manifest", "chromium", "rm $CHROMIUM", "manifest", "failed",
+       "~/.config/chromium/NativeMessagingHosts"},
+      {"no JSON", "firefox", "echo { >$FIREFOX", "manifest", "failed", "it is no manifest"},
+      {"another name", "chromium", "sed -i 's/web_host/other/' $CHROMIUM", "manifest", "failed",
+       "its name is not"},
+      {"another type", "firefox", "sed -i 's/stdio/tcp/' $FIREFOX", "manifest", "failed",
+       "not stdio"},
+      {"a relative path", "firefox", "HOST=host; " + again, "manifest", "failed", "not absolute"},
+      {"another caller", "firefox", "sed -i 's/orvane-web@/other@/' $FIREFOX", "manifest", "failed",
+       "lack orvane-web@orvane.example"},
+      {"another caller", "chromium", "sed -i 's|//.*/\"|//x/\"|' $CHROMIUM", "manifest", "failed",
+       "lack chrome-extension://"},
+      {"no host", "firefox", "HOST=/nowhere; " + again, "host", "failed", "/nowhere is not there"},
+      {"no program", "firefox", "host ''; chmod -x ~/host; " + again, "host", "failed",
+       "cannot be run"},
+      {"a silent host", "firefox", "host 'exit 3'; " + again, "host", "failed",
+       "it ended with code 3"},
+      {"a host that hangs", "firefox", "host 'while :; do :; done'; " + again, "host", "failed",
+       "more than 5 s"},
+      {"no messages", "firefox", "host 'echo Hello, browser'; " + again, "host", "failed",
+       "cannot be understood"},
+      {"an older host", "firefox",
+       "host \"printf '\\\\033\\\\0\\\\0\\\\0{\\\"hello\\\":1,\\\"version\\\":\\\"1.0\\\"}'\"; " +
+           again,
+       "host", "failed", "of version \"1.0\""},
+      {"no module for it", "firefox",
+       "cp $HOST ~/alone; HOST=$HOME/alone; MOZ_PLUGIN_PATH=/nowhere; " + again, "host-module",
+       "failed", "nporvaneweb.so"},
+      {"a broken line", "chromium", "mkdir -p ~/.config/orvane-web; echo perhaps >$SITES", "sites",
+       "warning", "sites, line 1"},
+  };
+  for (const auto& row : kRows) {
+    for (const char* left : {".mozilla", ".config", ".local", "browsers", "extension"}) {
+      fs::remove_all(path(left));
+    }
+    const std::string prefix = row.browser + std::string("-");
+    const Outcome outcome = check("--browser " + std::string(row.browser), kBrowsers + row.make);
+    SCOPED_TRACE(std::string(row.browser) + ": " + row.label + "\n" + outcome.text);
+    const std::string line = outcome.line(prefix + row.check);
+    EXPECT_THAT(line, StartsWith(row.status));
+    EXPECT_THAT(line, HasSubstr(std::regex_replace(row.seen, std::regex("~"), home())));
+    if (row.status != std::string("ok")) {
+      EXPECT_THAT(line, HasSubstr("; to do: "));
+    }
+    for (size_t i = kChecks; i < outcome.lines.size() && outcome.lines[i] != line; ++i) {
+      EXPECT_THAT(outcome.lines[i], StartsWith("ok "));
+    }
+  }
+}
+
+TEST_F(BrowserLink, isMadeOnRequestAndLookedAtWhereItIsInstalled) {
+  const std::string commands = std::string(kBrowsers) + R"(
+mkdir -p ~/prefix/bin ~/prefix/libexec
+cp $HOST ~/prefix/libexec; cp $REGISTER $CHECK ~/prefix/bin
+rm $FIREFOX $CHROMIUM)";
+  setenv("REGISTER", REGISTER_PROGRAM, 1);
+  setenv("CHECK", WEB_CHECK_PROGRAM, 1);
+  // Its tools are the machine's.
+  program = "PATH=$BROWSERS:/usr/bin:/bin ~/prefix/bin/orvane-web-check";
+  const Outcome fixed = check("--fix", commands);
+  for (const char* browser : {"firefox", "chromium"}) {
+    EXPECT_THAT(fixed.line(browser + std::string("-manifest")), HasSubstr(" created " + home()));
+    EXPECT_THAT(fixed.line(browser + std::string("-host")),
+                HasSubstr("/prefix/libexec/orvane-web-host answers"));
+  }
+  const Outcome bare = check("", "rm -r ~/.mozilla ~/.config");
+  EXPECT_THAT(bare.line("firefox"), StartsWith("ok "));
+  EXPECT_EQ(bare.line("firefox-manifest"), "");
+}
+
 TEST_F(WebCheck, refusesWhatItCannotCarryOut) {
   EXPECT_EQ(check("--version").text, "orvane-web-check " ORVANE_VERSION "\n");
   EXPECT_EQ(check("--help").code, 0);
   EXPECT_THAT(check("--help").text, HasSubstr("--fix"));
-  for (const char* arguments : {"--nothing", "more", "--json=1"}) {
+  for (const char* arguments : {"--nothing", "more", "--json=1", "--browser other"}) {
     const Outcome outcome = check(arguments);
     EXPECT_EQ(outcome.code, 2) << arguments;
     EXPECT_THAT(outcome.lines, testing::Contains(HasSubstr("see --help"))) << arguments;

@@ -4,6 +4,8 @@
 #include <string>
 #include <utility>
 
+#include "tools/web_check/Handshake.h"
+
 namespace web_check {
 
 // In the order of their weight; the program's exit code is the worst one's number.
@@ -32,12 +34,17 @@ struct Finding {
 
 // What earlier checks found out for later ones.
 struct Context {
-  bool fix = false;  // make missing directories
+  bool fix = false;  // make what is missing of the user's
 
   std::string modulePath;
   std::string mimeDescription;
   std::string host;  // of the local application, dotted
   unsigned short port = 0;
+
+  const Browser* browser = nullptr;
+  std::string manifestPath;
+  std::string hostPath;
+  Handshake handshake;
 };
 
 // One link of the chain. It runs when the check named in `needs`, an earlier one, did not stop.

@@ -3,14 +3,16 @@
 #include <exception>
 #include <map>
 #include <string>
+#include <vector>
 
+#include "tools/web_check/BrowserChecks.h"
 #include "tools/web_check/Check.h"
 
 namespace web_check {
 
 namespace {
 
-const Check kChecks[] = {
+const std::vector<Check> kChecks = {
     {"module", nullptr, checkModule},
     {"dependencies", "module", checkDependencies},
     {"loads", "dependencies", checkLoads},
@@ -43,26 +45,54 @@ Finding runOne(const Check& check, Context* context) {
   }
 }
 
-}  // namespace
-
-Report runChecks(bool fix) {
-  Context context;
-  context.fix = fix;
+// Each name with the prefix in the report.
+void runChain(const std::vector<Check>& checks, const std::string& prefix, Context* context,
+              Report* report) {
   std::map<std::string, Stop> stops;
-  Report report;
-  for (const Check& check : kChecks) {
+  for (const Check& check : checks) {
     const auto stop = stops.find(check.needs != nullptr ? check.needs : "");
     if (stop != stops.end()) {
       const Stop cause = stop->second;
       stops[check.name] = cause;
-      report.add(check.name, {cause.status, "not checked", "see " + cause.check + " above", true});
+      report->add(prefix + check.name,
+                  {cause.status, "not checked", "see " + prefix + cause.check + " above", true});
       continue;
     }
-    const Finding finding = runOne(check, &context);
+    const Finding finding = runOne(check, context);
     if (finding.stops) {
       stops[check.name] = {check.name, finding.status};
     }
-    report.add(check.name, finding);
+    report->add(prefix + check.name, finding);
+  }
+}
+
+void runBrowserChain(const Browser& browser, bool fix, Report* report) {
+  Context context;
+  context.fix = fix;
+  context.browser = &browser;
+  runChain(browserChecks(), browser.name + std::string("-"), &context, report);
+}
+
+}  // namespace
+
+Report runChecks(bool fix, const Browser* browser) {
+  Context context;
+  context.fix = fix;
+  Report report;
+  runChain(kChecks, "", &context, &report);
+  if (browser != nullptr) {
+    runBrowserChain(*browser, fix, &report);
+    return report;
+  }
+  for (const Browser& each : browsers()) {
+    if (isInstalled(each) && hasExtension(each)) {
+      runBrowserChain(each, fix, &report);
+    } else if (isInstalled(each)) {
+      report.add(each.name,
+                 Finding::ok("it has no extension for Orvane Web, and need not have; see "
+                             "--browser " +
+                             std::string(each.name)));
+    }
   }
   return report;
 }

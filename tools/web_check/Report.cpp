@@ -45,8 +45,8 @@ std::string jsonString(const std::string& text) {
 }
 
 std::string padded(std::string text, size_t width) {
-  text.resize(std::max(text.size(), width), ' ');
-  return text;
+  text.resize(std::max(text.size(), width - 1), ' ');
+  return text + " ";
 }
 
 }  // namespace

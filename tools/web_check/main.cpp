@@ -14,7 +14,7 @@ int run(int argc, char** argv) {
   const web_check::ParseResult parsed = web_check::parseOptions(argc, argv, &options);
   int status = parsed == web_check::ParseResult::kBad ? kFailedStatus : 0;
   if (parsed == web_check::ParseResult::kRun) {
-    const web_check::Report report = web_check::runChecks(options.fix);
+    const web_check::Report report = web_check::runChecks(options.fix, options.browser);
     std::fputs((options.json ? report.json() : report.text()).c_str(), stdout);
     status = static_cast<int>(report.status());
   }

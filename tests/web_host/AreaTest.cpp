@@ -174,6 +174,17 @@ TEST_F(Area, opensAsAWindowThatTakesDrops) {
   user::waitForNoWindow(kWindow);
 }
 
+TEST_F(Area, liesBesideTheScreenWhateverSizeThePageNames) {
+  make();
+  std::string large = makeElement(R"(,["drop-mode","callback"])");
+  large.replace(large.find("300"), 3, "32000").replace(large.find(":80}"), 4, ":32000}");
+  large.replace(large.find("\"n\":1"), 5, "\"n\":3").replace(large.find("nt\":1"), 5, "nt\":2");
+  _host->send(large);
+  _host->receive();  // of the leave
+  EXPECT_EQ(_host->receive(), R"({"answer":3})");
+  EXPECT_EQ(output("xwininfo -root -tree | grep -c 32000x32000"), "0\n");
+}
+
 TEST_F(Area, andDialogsBelongToTheBrowsersWindow) {
   const ChildProgram manager({"openbox"}, {path("output"), path("errors")});
   EXPECT_TRUE(waitFor([] {

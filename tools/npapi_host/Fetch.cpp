@@ -130,6 +130,7 @@ void Fetch::setUp(CURL* easy) {
   curl_easy_setopt(easy, CURLOPT_FOLLOWLOCATION, 1L);
   curl_easy_setopt(easy, CURLOPT_MAXREDIRS, 20L);
   curl_easy_setopt(easy, CURLOPT_NOSIGNAL, 1L);
+  curl_easy_setopt(easy, CURLOPT_QUICK_EXIT, 1L);  // nobody waits for a name server
   curl_easy_setopt(easy, CURLOPT_FILETIME, 1L);
   curl_easy_setopt(easy, CURLOPT_WRITEFUNCTION, receive);
   curl_easy_setopt(easy, CURLOPT_WRITEDATA, this);

@@ -16,6 +16,12 @@ const int kAside = -20'000;
 const int kLeastWidth = 320;
 const int kLeastHeight = 160;
 
+// Pages name any size, and pictures have any: a window larger than the way aside would lie over the
+// whole screen.
+int sizeOf(int wanted, int least, int screen) {
+  return std::max(least, std::min(wanted, std::min(screen, -kAside / 2)));
+}
+
 GdkWindow* windowOf(GtkWidget* widget) {
   return gtk_widget_get_window(widget);
 }
@@ -71,9 +77,10 @@ AreaWindows::~AreaWindows() {
 
 unsigned long AreaWindows::addArea(const std::string& id, int width, int height) {
   auto area = std::make_unique<Area>(Area{this, id, gtk_window_new(GTK_WINDOW_TOPLEVEL),
-                                          npapi_host::makePluginSocket(-1, -1), false});
-  gtk_window_set_default_size(GTK_WINDOW(area->window), std::max(width, kLeastWidth),
-                              std::max(height, kLeastHeight));
+                                          npapi_host::makePluginSocket(1, 1), false});
+  gtk_window_set_default_size(GTK_WINDOW(area->window),
+                              sizeOf(width, kLeastWidth, gdk_screen_width()),
+                              sizeOf(height, kLeastHeight, gdk_screen_height()));
   gtk_container_add(GTK_CONTAINER(area->window), area->socket);
   g_signal_connect(area->window, "delete-event", G_CALLBACK(onDelete), area.get());
   gtk_widget_show(area->socket);

@@ -81,13 +81,16 @@ export class AnswerRules {
       return;
     }
     this.changing = true;
-    await this.changes;
-    while (this.toAdd.length > 0 || this.toRemove.length > 0) {
-      const removed = new Set(this.toRemove.splice(0));
-      const addRules = this.toAdd.splice(0).filter((rule) => !removed.has(rule.id));
-      await extension.declarativeNetRequest.updateSessionRules({ addRules, removeRuleIds: [...removed] });
+    try {
+      await this.changes;
+      while (this.toAdd.length > 0 || this.toRemove.length > 0) {
+        const removed = new Set(this.toRemove.splice(0));
+        const addRules = this.toAdd.splice(0).filter((rule) => !removed.has(rule.id));
+        await extension.declarativeNetRequest.updateSessionRules({ addRules, removeRuleIds: [...removed] });
+      }
+    } finally {
+      this.changing = false;  // also when the browser refuses a rule: other documents' answers go on
     }
-    this.changing = false;
   }
 
   /**

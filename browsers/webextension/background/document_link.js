@@ -31,6 +31,8 @@ export class DocumentLink {
     this.origin = originOf(sender);
     /** @type {Set<number>} operations whose answers the page stands still for */
     this.awaited = new Set();
+    /** @type {Set<number>} the latest operations of that kind, answered or not */
+    this.asked = new Set();
     this.transfers = new DocumentTransfers(() => changed(this.tabId));
     this.complaint = '';
     this.greeted = false;
@@ -55,7 +57,8 @@ export class DocumentLink {
     if ('taken' in message) {
       this.way.taken(this, message.taken);
     } else if ('skip' in message) {
-      if (!this.awaited.has(message.skip)) {
+      // The host takes each number once, and may have this one: its answer can be lost behind it.
+      if (!this.asked.has(message.skip)) {
         this.toHost({ n: message.skip, op: 'skip' });
       }
     } else if (message.sync) {
@@ -70,6 +73,10 @@ export class DocumentLink {
   /** Relays an operation whose answer goes the synchronous way. @param {any} operation */
   ask(operation) {
     this.awaited.add(operation.n);
+    this.asked.add(operation.n);
+    if (this.asked.size > 100) {
+      this.asked.delete([...this.asked][0]);
+    }
     if (this.complaint) {
       this.deliver({ answer: operation.n, error: this.complaint });
     } else {
@@ -124,8 +131,9 @@ export class DocumentLink {
 
 /** @param {chrome.runtime.MessageSender} sender */
 function originOf(sender) {
-  if (sender.url?.startsWith('file:')) {
+  // Firefox gives no file an origin; Chromium gives one to those that are not in a sandbox.
+  if (isFirefox && sender.url?.startsWith('file:')) {
     return 'file://';
   }
-  return sender.origin ?? (sender.url ? new URL(sender.url).origin : 'null');
+  return sender.origin ?? 'null';
 }

@@ -76,7 +76,8 @@ export class HeldRequests {
       return this.furtherPiece(call, Number(part));
     }
     const operation = bodyOf(details);
-    if (operation?.n !== Number(number) || this.held.has(call)) {
+    // A page that has learned its key may ask here as well, and no more than its elements' members would.
+    if (operation?.n !== Number(number) || !['call', 'get', 'set'].includes(operation.op) || this.held.has(call)) {
       return { cancel: true };
     }
     return new Promise((resolve) => {

@@ -10,6 +10,9 @@ import { noteLeave } from './plugin_list_sites.js';
 /** @type {Map<string, DocumentLink>} by the key that the content script has drawn */
 const links = new Map();
 
+/** Documents of one tab that may have a program each: frames cost a page nothing, processes cost the user. */
+const mostOfTab = 64;
+
 const synchronousWay = isFirefox ? new HeldRequests(links) : new AnswerRules(links);
 
 const reports = new TabReports(links);
@@ -19,7 +22,13 @@ extension.runtime.onConnect.addListener((port) => {
     reports.serve(port);
     return;
   }
-  if (links.has(port.name) || port.sender?.tab?.id === undefined) {
+  const tabId = port.sender?.tab?.id;
+  if (links.has(port.name) || tabId === undefined) {
+    port.disconnect();
+    return;
+  }
+  if ([...links.values()].filter((link) => link.tabId === tabId).length >= mostOfTab) {
+    port.postMessage({ lost: `Orvane Web: more than ${mostOfTab} documents of this tab use the plugin.` });
     port.disconnect();
     return;
   }

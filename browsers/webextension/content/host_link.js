@@ -47,6 +47,10 @@ class HostLink {
    */
   send(operation, settle) {
     const n = ++this.lastNumber;
+    if (this.complaint) {
+      settle?.({ answer: n, error: this.complaint });
+      return;
+    }
     if (settle) {
       this.pending.set(n, settle);
     }

@@ -109,17 +109,20 @@ class DocumentPlugins {
 
   /** @private */
   openLink() {
-    const link = new HostLink((tell) => this.queue.push(() => this.hear(tell)), () => {
+    /** @type {HostLink | undefined} none yet when it is lost as soon as it is made */
+    let link = undefined;
+    const lost = () => {
       for (const plugin of this.begun.values()) {
         if (plugin.link === link) {
-          plugin.area.showBroken(link.complaint);
+          plugin.area.showBroken(plugin.link.complaint);
         }
       }
       if (this.link === link || this.link === null) {
         this.link = null;
         this.queue.push(() => this.say('tell', ['forget']));
       }
-    });
+    };
+    link = new HostLink((tell) => this.queue.push(() => this.hear(tell)), lost);
     return link;
   }
 

@@ -26,6 +26,7 @@ namespace web_check {
 
 namespace {
 
+constexpr char kVersion[] = ORVANE_VERSION;
 constexpr char kHostName[] = "example.orvane.web_host";
 constexpr char kInstall[] = "install the package orvane-web-extension of this version";
 constexpr char kRegister[] = "orvane-web-register";
@@ -68,14 +69,14 @@ Finding checkExtension(Context* context) {
     if (each.isOff) {
       return Finding::failed("it is switched off in " + each.place, browser.switchOn);
     }
-    if (each.version != ORVANE_VERSION) {
+    if (each.version != kVersion) {
       return Finding::failed(
-          "version " + quote(each.version) + " instead of " ORVANE_VERSION " in " + each.place,
+          "version " + quote(each.version) + " instead of " + kVersion + " in " + each.place,
           each.isProfile ? std::string("end ") + browser.title + ", and start it again" : kInstall);
     }
     places += (places.empty() ? "" : ", ") + each.place;
   }
-  return Finding::ok("version " ORVANE_VERSION " in " + places);
+  return Finding::ok(std::string("version ") + kVersion + " in " + places);
 }
 
 // The program that makes the user's manifest lies beside this one.
@@ -189,10 +190,10 @@ Finding checkHost(Context* context) {
   if (!context->handshake.error.empty()) {
     return Finding::failed(host + ": " + context->handshake.error, kInstall);
   }
-  return context->handshake.version == ORVANE_VERSION
-             ? Finding::ok(host + " answers, version " ORVANE_VERSION)
+  return context->handshake.version == kVersion
+             ? Finding::ok(host + " answers, version " + kVersion)
              : Finding::failed(host + " is of version " + quote(context->handshake.version) +
-                                   " instead of " ORVANE_VERSION,
+                                   " instead of " + kVersion,
                                kInstall);
 }
 

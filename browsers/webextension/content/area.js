@@ -155,7 +155,9 @@ class PluginArea {
    */
   async showPicture({ type, data, width, height }) {
     const bytes = Uint8Array.from(atob(data), (character) => character.charCodeAt(0));
-    const bitmap = await createImageBitmap(new Blob([bytes], { type }), { imageOrientation: 'none' });
+    // As the module's area has it: its colours as they stand in the file, and not turned.
+    const bitmap = await createImageBitmap(new Blob([bytes], { type }),
+      { colorSpaceConversion: 'none', imageOrientation: 'none' });
     const canvas = document.createElement('canvas');
     canvas.width = width;
     canvas.height = height;

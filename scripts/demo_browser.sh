@@ -11,7 +11,7 @@ title='Transfers with progress bars'
 
 # Usage: start_browser PAGE
 start_browser() {
-  ORVANE_BROWSER_AS_BUILT=yes ORVANE_WEB_MODULE=$module scripts/browser "$browser" --home "$stage/home" \
+  ORVANE_BROWSER_AS_BUILT=$top/build/release scripts/browser "$browser" --home "$stage/home" \
     "http://127.0.0.1:$port/$1" >"$stage/page.log" 2>&1 &
   browser_pid=$!
   children="$browser_pid $children"

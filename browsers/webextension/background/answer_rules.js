@@ -2,8 +2,9 @@ import { extension, hostGone, piecesOf, readyRule } from './extension.js';
 
 /** @typedef {import('./document_link.js').DocumentLink} DocumentLink */
 
-/** Chromium's synchronous way: a page that stands still repeats a request, which a rule that stays leads
- * to "pending"; an answer is a rule for that one address in that one tab, and goes when it was read.
+/** Chromium's synchronous way: a page that stands still repeats a request, which rules that stay lead through a
+ * few addresses below its own, and then to "pending"; an answer is a rule for all of these in that one tab,
+ * catches the request wherever it is on this way, and goes when it was read.
  * Both lead to data: addresses, which are quicker than files of the extension; Firefox lets pages forbid those.
  * Rules are changed in one piece at a time, so what has gathered meanwhile goes together. */
 export class AnswerRules {
@@ -47,12 +48,12 @@ export class AnswerRules {
   addRules(call, tabId, answer) {
     const pieces = piecesOf(answer);
     this.byCall.set(call, pieces.map((piece, part) => {
-      const query = part === 0 ? '' : `?part=${part}`;
+      const rest = part === 0 ? '/' : `?part=${part}|`;
       this.toAdd.push({
         id: ++this.lastId,
-        priority: 2,
+        priority: 3,
         condition: {
-          urlFilter: `|https://orvane.invalid/.orvane-call/${call}${query}|`,
+          urlFilter: `|https://orvane.invalid/.orvane-call/${call}${rest}`,
           tabIds: [tabId],
           resourceTypes: [/** @type {any} */ ('xmlhttprequest')],
         },

@@ -88,7 +88,8 @@ class SynchronousRequests {
     link.post({ ...operation, sync: true });
     let sign = Date.now() + 5000;
     for (;;) {
-      const answer = this.fetch('GET', address);
+      // What stands below this address is one call's as well: the request is led through several.
+      const answer = this.fetch('GET', `${address}/`);
       if (answer !== null) {
         return answer;
       }

@@ -123,6 +123,7 @@ drag_file() {
   source_pid=$!
   exec 9>"$stage/hold"
   wait_for "the drag source" grep -q ready "$stage/drag.log"
+  wait_for "the drag source's window" has_window 'Drag source'
   xdotool windowmove "$(xdotool search --onlyvisible --name '^Drag source$')" 780 300 sleep 0.2
   drag_to "$2" "$3"
   wait_for "the end of the drag" grep -q accepted "$stage/drag.log"

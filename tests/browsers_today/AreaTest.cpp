@@ -14,7 +14,10 @@ class AreaToday : public BrowserPage {
 
   // How many pixels of the screen have a colour that nothing but the picture has.
   static std::string pixelsOfThePicture() {
-    return outputOf("import -window root -depth 8 txt:- | grep -c '#12AB34'");
+    return outputOf(
+        "import -window root -depth 8 rgb:- | python3 -c 'import sys; "
+        "screen = sys.stdin.buffer.read(); "
+        "print([screen[i:i + 3] for i in range(0, len(screen), 3)].count(b\"\\x12\\xab\\x34\"))'");
   }
 };
 

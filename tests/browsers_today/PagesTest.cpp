@@ -12,8 +12,8 @@ namespace {
 
 using Lines = std::set<std::string>;
 
-// Where today's browsers differ from the engine of the plugin's time, both alike. docs/differences.md
-// says the same to those who write pages.
+// Where today's browsers differ from the engine of the plugin's time, both alike.
+// docs/differences.md says the same to those who write pages.
 const struct {
   const char *what, *once, *today;
 } kDifferences[] = {

@@ -26,7 +26,6 @@ TEST_P(AreaToday, followsItsBoxShowsThePictureAndTakesADrop) {
       outputOf("convert -size 100x100 'xc:#12AB34' " + path("files/picture.png") + "; echo $?"),
       "0");
   writeFile(path("notes.txt"), "noted");
-  const ChildProgram manager({"openbox"}, {path("manager.log"), path("manager.log")});
   open(address("area.html"));
   waitForLine("ready");
   EXPECT_TRUE(waitFor([] { return pixelsOfThePicture() == std::to_string(60 * 40); },

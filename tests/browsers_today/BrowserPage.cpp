@@ -25,11 +25,6 @@ std::string readAll(const fs::path& path) {
   return {std::istreambuf_iterator<char>(file), {}};
 }
 
-std::string withScript(const std::string& page) {
-  return readFile(page) +
-         "<script src=\"/checks.js\"></script><script src=\"/example_user.js\"></script>\n";
-}
-
 }  // namespace
 
 BrowserPage::BrowserPage() : _server(path("files"), {path("files"), PAGES, SHARED_PAGES}) {
@@ -44,15 +39,24 @@ BrowserPage::BrowserPage() : _server(path("files"), {path("files"), PAGES, SHARE
   for (const char* variable : {"WAYLAND_DISPLAY", "XDG_SESSION_TYPE"}) {
     unsetenv(variable);
   }
+  // Gives a new window the keys.
+  _windowManager = std::make_unique<ChildProgram>(
+      std::vector<std::string>{"openbox"}, ProgramFiles{path("openbox.log"), path("openbox.log")});
+  EXPECT_TRUE(waitFor([] {
+    return std::system("xprop -root _NET_SUPPORTING_WM_CHECK | grep -q 'window id'") == 0;
+  }));
   serve();
   _server.start();
 }
 
 void BrowserPage::serve() {
   httplib::Server& routes = _server.routes();
-  // The examples as they are, and behind them a user.
-  routes.Get("/used/(.+)", [](const httplib::Request& request, httplib::Response& response) {
-    response.set_content(withScript(EXAMPLES "/" + request.matches[1].str()), "text/html");
+  // The page with that policy, "NAME=VALUE".
+  routes.Get("/policy/(.+)", [](const httplib::Request& request, httplib::Response& response) {
+    const std::string policy = request.get_param_value("policy");
+    const size_t equals = policy.find('=');
+    response.set_header(policy.substr(0, equals), policy.substr(equals + 1));
+    response.set_content(readFile(PAGES "/" + request.matches[1].str()), "text/html");
   });
   const auto said = [this](const httplib::Request& request, httplib::Response&) {
     const std::string text =
@@ -62,6 +66,8 @@ void BrowserPage::serve() {
   };
   routes.Post("/said", said);
   routes.Get("/said", said);
+  routes.Get("/go",
+             [this](const httplib::Request&, httplib::Response&) { _transcript.waitForGo(); });
   routes.Get("/next", [this](const httplib::Request&, httplib::Response& response) {
     response.set_content(_transcript.waitForAddress(), "text/plain");
   });

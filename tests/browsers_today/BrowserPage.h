@@ -35,6 +35,8 @@ class BrowserPage : public DisplaySandbox, public testing::WithParamInterface<co
   // Reads what pages say until a line that begins with `text`. Throws a runtime error when nothing
   // is said for a minute, or the page's last word comes first.
   std::string waitForLine(const std::string& text);
+  // Lets the next page, or the one that waits, go on from `whenTold`.
+  void go() { _transcript.go(); }
   // The last word, which must be clean.
   void expectDone();
   void runPage(const std::string& page);
@@ -57,6 +59,7 @@ class BrowserPage : public DisplaySandbox, public testing::WithParamInterface<co
 
   PageServer _server;
   Transcript _transcript;
+  std::unique_ptr<ChildProgram> _windowManager;
   std::unique_ptr<ChildProgram> _script;
 };
 

@@ -41,6 +41,18 @@ std::string Transcript::waitForAddress() {
   return std::exchange(_address, "");
 }
 
+void Transcript::go() {
+  std::lock_guard<std::mutex> lock(_mutex);
+  ++_goes;
+  _changed.notify_all();
+}
+
+void Transcript::waitForGo() {
+  std::unique_lock<std::mutex> lock(_mutex);
+  _changed.wait(lock, [this] { return _closed || _goes > 0; });
+  --_goes;
+}
+
 void Transcript::close() {
   std::lock_guard<std::mutex> lock(_mutex);
   _closed = true;

@@ -23,6 +23,9 @@ class Transcript {
   void sendOn(const std::string& address);
   // Blocks until there is an address; empty after `close`.
   std::string waitForAddress();
+  // One `go` lets one `waitForGo` return.
+  void go();
+  void waitForGo();
   void close();
 
  private:
@@ -37,6 +40,7 @@ class Transcript {
   std::map<std::string, Page> _pages;
   std::deque<std::string> _lines;
   std::string _address;
+  int _goes = 0;
   bool _closed = false;
   // The reader's own:
   std::string _read;

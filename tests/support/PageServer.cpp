@@ -6,6 +6,8 @@
 namespace test_support {
 
 PageServer::PageServer(const std::string& files, const std::vector<std::string>& directories) {
+  // Browsers keep a dozen connections open, each of which holds a thread.
+  _server.new_task_queue = [] { return new httplib::ThreadPool(32); };
   forget();
   std::filesystem::create_directory(files);
   for (const std::string& directory : directories) {

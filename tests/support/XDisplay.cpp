@@ -122,6 +122,11 @@ void enter(const std::string& window) {
   pause(300);
 }
 
+void click() {
+  movePointer(kScreenWidth / 2, 768 / 2);
+  xdotool("click 1");
+}
+
 void key(const std::string& keys) {
   xdotool("key " + keys);
 }

@@ -31,6 +31,8 @@ std::string waitForWindow(const std::string& title);
 void waitForNoWindow(const std::string& title);
 // Moves the pointer into the window, where the keys go.
 void enter(const std::string& window);
+// In the middle of the screen.
+void click();
 void key(const std::string& keys);
 void type(const std::string& text);
 // In an open, folder or save dialog of that title: names an absolute path and accepts.

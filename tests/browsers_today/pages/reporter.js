@@ -12,7 +12,13 @@
     location.replace('/idle.html');
   }
 
-  // Numbered, since they may overtake each other.
+  // Calls `then`, whose exceptions are reported, when the test says so.
+  window.whenTold = function(then) {
+    send('/go').then(function() { setTimeout(then, 0); });
+  };
+
+  // Numbered, since they may overtake each other. Answers a promise: what is said right before a call that
+  // waits may else stay in the browser.
   say = function(text) {
     lines += 1;
     var address = '/said?page=' + page + '&line=' + lines;
@@ -22,7 +28,7 @@
       picture.onload = picture.onerror = isLast ? goOn : null;
       picture.src = address + '&text=' + encodeURIComponent(text);
     } else {
-      send(address, { method: 'POST', body: text }).then(isLast ? goOn : null);
+      return send(address, { method: 'POST', body: text }).then(isLast ? goOn : null);
     }
   };
 })();

@@ -1,0 +1,101 @@
+#include <filesystem>
+#include <map>
+#include <set>
+
+#include "tests/browsers_today/BrowserPage.h"
+#include "tests/docs/ExamplePage.h"
+#include "tests/support/WaitFor.h"
+#include "tests/support/XDisplay.h"
+
+namespace test_support {
+namespace {
+
+namespace fs = std::filesystem;
+using docs::Example;
+
+// Those whose user drops files or looks at the area: AreaTest has a page for these.
+const std::set<std::string> kNeedTheArea = {
+    "both-types",      "drop-mode", "drop-allow-multiple", "drop-allow-directories",
+    "drop-upload-url", "image",     "dropObserver",        "drop"};
+
+// A page as its author would write it: nothing in it knows that it is a test, but for the lines
+// that take what it prints.
+std::string examplePage(const Example& example, const std::map<std::string, std::string>& given) {
+  std::string page = "<!DOCTYPE html>\n<meta charset=\"utf-8\">\n<title>" + example.name +
+                     "</title>\n<body>\n" + docs::embedElement(example) +
+                     "<script>\n{\nconst orvane = document.querySelector('embed');\n";
+  for (const auto& [name, text] : given) {
+    page += "const " + name + " = '" + text + "';\n";
+  }
+  return page + example.script + "}\n</script>\n";
+}
+
+class ExamplesToday : public BrowserPage {
+ protected:
+  ExamplesToday() {
+    allow("127.0.0.1");
+    docs::writeFiles(home());
+    makeFile(path("files/report.pdf"), 30000);
+  }
+
+  void runExamples(const std::string& document) {
+    for (const Example& example : docs::readExamples(document)) {
+      if (kNeedTheArea.count(example.name) == 0) {
+        SCOPED_TRACE(document + ", " + example.name);
+        ASSERT_NO_THROW(runExample(example));
+        forget();
+      }
+    }
+  }
+
+ private:
+  void runExample(const Example& example) {
+    const std::map<std::string, std::string> given = {{"source", address("files/report.pdf")},
+                                                      {"upload", path("notes.txt")},
+                                                      {"target", "file://" + path("received/")}};
+    const std::string lines = std::to_string(example.prints.size());
+    const bool awaits = example.page == docs::kPromiseApi;
+    writeFile(
+        path("files/example.html"),
+        "<script src=\"/checks.js\"></script>\n<script>\nvar left = " + lines +
+            ";\nfunction print(line) {\n  say(line);\n"
+            "  if (--left === 0) { setTimeout(() => say('PAGE DONE 0'), 100); }\n}\n" +
+            (awaits ? "" : "console.log = (...words) => print(words.map(String).join(' '));\n") +
+            "</script>\n" +
+            (awaits ? docs::promisePage(example, given, "print") : examplePage(example, given)));
+    open(address("example.html"));
+    docs::act(example.user, home());
+    std::string printed;
+    for (std::string line; (line = waitForLine("")) != "PAGE DONE 0";) {
+      printed += line + "\n";
+    }
+    EXPECT_EQ(docs::difference(example, printed), "");
+  }
+
+  // The next example shall find what a new user has.
+  void forget() {
+    endApplication();
+    for (const char* folder : {"Downloads", "received", "picked"}) {
+      fs::remove_all(path(folder));
+    }
+    fs::remove_all(dataPath("var"));
+    fs::create_directories(dataPath("var/log"));
+    fs::create_directories(dataPath("var/run"));
+    docs::writeFiles(home());
+  }
+};
+
+TEST_P(ExamplesToday, ofThePageApiPrintWhatTheySay) {
+  runExamples("docs/page-api.md");
+  runExamples("docs/events.md");
+}
+
+TEST_P(ExamplesToday, ofThePromiseApiPrintWhatTheySay) {
+  runExamples(docs::kPromiseApi);
+}
+
+INSTANTIATE_TEST_SUITE_P(Browsers, ExamplesToday, testing::Values("firefox", "chromium"),
+                         [](const auto& test) { return std::string(test.param); });
+
+}  // namespace
+}  // namespace test_support

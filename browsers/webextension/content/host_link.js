@@ -66,6 +66,9 @@ class HostLink {
   sendAndWait(operation, requests) {
     const n = ++this.lastNumber;
     const answer = requests.ask(this, { n, ...operation });
+    if (answer?.error === sentences.hostGone) {
+      this.end(answer.error);  // the port's word of it comes later
+    }
     return answer ?? { answer: n, error: this.complaint || sentences.hostGone };
   }
 

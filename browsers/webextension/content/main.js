@@ -8,6 +8,7 @@ class DocumentPlugins {
     this.lastNumber = 0;
     /** @type {HostLink | null} */
     this.link = null;
+    this.mustForget = false;
     /** The node by which the page's end is spoken with. In no document, so that no document loses it. */
     this.channel = document.createElement('div');
     /** @type {EventTarget | null} */
@@ -119,11 +120,25 @@ class DocumentPlugins {
       }
       if (this.link === link || this.link === null) {
         this.link = null;
-        this.queue.push(() => this.say('tell', ['forget']));
+        this.mustForget = true;
+        this.queue.push(() => this.forget());
       }
     };
+    this.forget();
     link = new HostLink((tell) => this.queue.push(() => this.hear(tell)), lost);
     return link;
+  }
+
+  /**
+   * The page forgets the objects that a lost host held: in its turn behind what that host has told, but
+   * before another host is given any.
+   * @private
+   */
+  forget() {
+    if (this.mustForget) {
+      this.mustForget = false;
+      this.say('tell', ['forget']);
+    }
   }
 
   /** What the host tells by itself. @private @param {any} tell */

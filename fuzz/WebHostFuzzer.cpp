@@ -98,9 +98,10 @@ void checkOrder(FuzzInput input) {
   while (!input.empty()) {
     Operation operation;
     operation.number = 1 + input.below(32);
+    operation.bytes = input.byte();
     const uint64_t number = operation.number;
     try {
-      order.add(operation, input.byte());
+      order.add(operation);
       FUZZ_CHECK(!given[number]);
       given[number] = true;
     } catch (const MessageError&) {

@@ -86,6 +86,32 @@ TEST_F(LeaveQuestion, isAskedOnceForAllPagesOfASite) {
   }
 }
 
+// The order itself holds 10,000; a call beyond is refused at once, and lets go of its function.
+TEST_F(LeaveQuestion, isNoReasonToLoseAPageThatGoesOnCalling) {
+  const int kHeld = 10'000;
+  HostProcess host(path("stderr"));
+  begin(&host, "https://a.example");
+  user::waitForWindow(kAsk);
+  for (int number = 3; number <= kHeld + 1; ++number) {
+    host.send(R"({"n":)" + std::to_string(number) + R"(,"op":"skip"})");
+  }
+  for (const int number : {kHeld + 2, kHeld + 4}) {
+    host.send(R"({"n":)" + std::to_string(number) + R"(,"op":"call","element":1,)" +
+              R"("name":"queryVersion","args":[{"v":"object","id":9,"callable":true}]})");
+    EXPECT_THAT(host.receive(), HasSubstr(R"("error":"Orvane Web: Too many calls wait)"));
+    EXPECT_EQ(host.receive(), R"({"tell":"release","object":9,"mentions":1})");
+    host.send(R"({"n":)" + std::to_string(number + 1) + R"(,"op":"end","element":1})");
+  }
+  answer("alt+t");
+  EXPECT_EQ(host.receive(), R"({"answer":1})");
+  EXPECT_THAT(host.receive(), HasSubstr(R"({"answer":2,"value":)"));
+  for (int number = 3; number <= kHeld + 1; ++number) {
+    ASSERT_EQ(host.receive(), R"({"answer":)" + std::to_string(number) + "}");
+  }
+  EXPECT_EQ(host.receive(), R"({"answer":)" + std::to_string(kHeld + 3) + "}");
+  EXPECT_THAT(host.receive(), HasSubstr("The element has ended."));
+}
+
 TEST_F(LeaveQuestion, andEveryDialogEndWithTheBrowser) {
   fs::create_directories(path("etc/orvane-web"));
   writeFile(path("etc/orvane-web/sites"), "allow https://a.example\n");

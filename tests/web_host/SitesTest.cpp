@@ -86,8 +86,27 @@ TEST_F(SiteCommands, theAdministratorGoesFirst) {
   host.send(makeElement());
   EXPECT_EQ(host.receive(), R"({"tell":"leave","origin":"https://a","leave":"deny"})");
   EXPECT_EQ(host.receive(),
-            R"({"answer":1,"error":"This site is not allowed to use Orvane Web, says )" +
-                path("etc/orvane-web/sites") + ".\"}");
+            R"({"answer":1,"error":"This site is not allowed to use Orvane Web, says the )"
+            R"(administrator of this computer."})");
+}
+
+TEST_F(SiteCommands, whatTheAdministratorDeniesIsNotLostWithItsFile) {
+  fs::create_directories(path("etc/orvane-web"));
+  writeFile(path("etc/orvane-web/sites"), "allow https://a\n");
+  fs::create_directories(path("more/orvane-web/sites"));
+  setenv("XDG_CONFIG_DIRS", (path("etc") + ":" + path("more") + ":" + path("none")).c_str(), 1);
+  EXPECT_THAT(run("--allow https://b"),
+              HasSubstr("more/orvane-web/sites, which cannot be read, goes before: deny\n=0"));
+  for (const std::string origin : {"https://a", "https://b"}) {
+    HostProcess host(path("stderr"));
+    host.greet(origin, origin + "/");
+    host.send(makeElement());
+    EXPECT_THAT(host.receive(), HasSubstr("more/orvane-web/sites is no regular file"));
+    const bool named = origin == "https://a";
+    EXPECT_THAT(host.receive(), HasSubstr(named ? R"("leave":"allow")" : R"("leave":"deny")"));
+    EXPECT_THAT(host.receive(),
+                HasSubstr(named ? R"({"answer":1})" : "administrator's list of sites cannot be"));
+  }
 }
 
 TEST_F(SiteCommands, keepAFileThatCannotBeReadOrReplaced) {

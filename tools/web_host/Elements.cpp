@@ -19,6 +19,8 @@ using npapi_host::VariantList;
 namespace {
 
 const char kEnded[] = "The element has ended.";
+const char kNoModule[] =
+    "Orvane Web: the module cannot be loaded. The extension's button says more.";
 const char kModuleVariable[] = "ORVANE_WEB_MODULE";
 
 NPIdentifier identifierFor(const std::string& name) {
@@ -82,7 +84,8 @@ std::string Elements::make(const Operation& operation) {
   }
   std::string error;
   if (!loadModule(&error)) {
-    return makeDead(operation, "Orvane Web: " + error);
+    _page->complain(error);  // with paths, which are not for pages
+    return makeDead(operation, kNoModule);
   }
   npapi_host::Element element;
   element.mimeType = _host->module().mimeType();

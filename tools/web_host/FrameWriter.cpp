@@ -46,6 +46,9 @@ void FrameWriter::finish() {
 void FrameWriter::write(const std::string& message) {
   {
     std::lock_guard<std::mutex> lock(_mutex);
+    if (_broken) {
+      return;
+    }
     for (const std::string& piece : piecesOf(message, ++_lastId)) {
       _frames.push_back(frameOf(piece));
     }
@@ -86,6 +89,9 @@ void FrameWriter::run() {
     _frames.pop_front();
     lock.unlock();
     if (!writeAll(frame)) {
+      lock.lock();
+      _broken = true;
+      _frames.clear();
       return;
     }
   }

@@ -36,6 +36,7 @@ class FrameWriter {
   std::condition_variable _changed;
   std::deque<std::string> _frames;  // guarded by _mutex, as the next
   bool _finishing = false;
+  bool _broken = false;  // nothing can be written any more
   std::thread _thread;
 };
 

@@ -72,6 +72,7 @@ struct Operation {
   std::vector<std::string> names;  // of the files that were dropped
   bool check = false;              // the state, with the application's
   std::string complaint;           // what is wrong with it
+  size_t bytes = 0;                // of the message that it came in
 };
 
 // Numbers of operations, elements and objects: what a double holds exactly.

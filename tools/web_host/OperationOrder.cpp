@@ -5,18 +5,18 @@
 
 namespace web_host {
 
-void OperationOrder::add(Operation operation, size_t bytes) {
+void OperationOrder::add(Operation operation) {
   const uint64_t number = operation.number;
   if (number < _next || _waiting.count(number) > 0) {
     throw MessageError("The operation " + std::to_string(number) + " came twice.");
   }
-  if (_waiting.size() >= kMostWaiting || bytes > kMostBytes - _bytes) {
+  if (_waiting.size() >= kMostWaiting || operation.bytes > kMostBytes - _bytes) {
     throw MessageError("More than " + std::to_string(kMostWaiting) + " operations or " +
                        std::to_string(kMostBytes) + " bytes are waiting for operation " +
                        std::to_string(_next) + ".");
   }
-  _bytes += bytes;
-  _waiting.emplace(number, Waiting{std::move(operation), bytes});
+  _bytes += operation.bytes;
+  _waiting.emplace(number, std::move(operation));
 }
 
 std::optional<Operation> OperationOrder::next() {
@@ -24,8 +24,8 @@ std::optional<Operation> OperationOrder::next() {
   if (first == _waiting.end()) {
     return std::nullopt;
   }
-  Operation operation = std::move(first->second.operation);
-  _bytes -= first->second.bytes;
+  Operation operation = std::move(first->second);
+  _bytes -= operation.bytes;
   _waiting.erase(first);
   ++_next;
   return operation;

@@ -17,21 +17,16 @@ class OperationOrder {
   static constexpr size_t kMostWaiting = 10'000;
   static constexpr size_t kMostBytes = size_t{64} * 1024 * 1024;
 
-  // `bytes` is the size of its message. Throws MessageError when its number was there before, or
-  // when more would wait than the two limits allow.
-  void add(Operation operation, size_t bytes);
+  // Throws MessageError when its number was there before, or when more would wait than the two
+  // limits allow.
+  void add(Operation operation);
   // The next in order, if it is there.
   std::optional<Operation> next();
 
  private:
-  struct Waiting {
-    Operation operation;
-    size_t bytes;
-  };
-
   uint64_t _next = 1;
   size_t _bytes = 0;
-  std::map<uint64_t, Waiting> _waiting;
+  std::map<uint64_t, Operation> _waiting;
 };
 
 }  // namespace web_host

@@ -63,7 +63,9 @@ int change(const std::string& text, std::optional<Leave> leave) {
     Sites::set(origin, leave);
     const std::optional<Sites::Entry> entry = Sites().find(origin);
     if (entry.has_value() && !entry->file.empty()) {
-      complain("for " + origin + " " + entry->file + " goes before: " + leaveWord(entry->leave));
+      complain("for " + origin + " " + entry->file +
+               (entry->unreadable ? ", which cannot be read," : "") +
+               " goes before: " + leaveWord(entry->leave));
     }
     return 0;
   } catch (const OriginError& error) {

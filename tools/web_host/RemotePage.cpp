@@ -226,7 +226,7 @@ void RemotePage::streamEnded(Owner owner) {
 }
 
 void RemotePage::complain(const std::string& text) {
-  _send(sayTell("Orvane Web: " + text));
+  _send(sayTell(text));
 }
 
 }  // namespace web_host

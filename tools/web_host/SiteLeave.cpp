@@ -5,7 +5,6 @@
 
 #include <cerrno>
 #include <cstdlib>
-#include <filesystem>
 #include <stdexcept>
 #include <utility>
 
@@ -20,15 +19,12 @@ namespace {
 
 const unsigned kTurnMilliseconds = 200;
 const char kRefused[] = "This site is not allowed to use Orvane Web";
+const char kByOthers[] = ", says the administrator of this computer.";
+const char kUnreadable[] = ": the administrator's list of sites cannot be read.";
 
-std::string programPath() {
-  std::error_code failed;
-  const std::filesystem::path path = std::filesystem::read_symlink("/proc/self/exe", failed);
-  return failed ? "orvane-web-host" : path.string();
-}
-
+// Pages read this: no path is in it.
 std::string howToAllow(const std::string& origin) {
-  return " To allow it, run: " + programPath() + " --allow " + origin;
+  return " To allow it, run: orvane-web-host --allow " + origin;
 }
 
 // Whoever asks holds the lock of this file. Throws a runtime error.
@@ -76,7 +72,7 @@ std::optional<Sites::Entry> SiteLeave::entry() {
   Sites sites;
   const std::optional<Sites::Entry> found = sites.find(_origin);
   for (const std::string& complaint : sites.complaints()) {
-    _say("Orvane Web: " + complaint);
+    _say(complaint);
   }
   return found;
 }
@@ -93,7 +89,7 @@ bool SiteLeave::readSites() {
   } else if (entry->file.empty()) {
     deny(std::string(kRefused) + ".");
   } else {
-    finish(State::kDenied, std::string(kRefused) + ", says " + entry->file + ".");
+    finish(State::kDenied, std::string(kRefused) + (entry->unreadable ? kUnreadable : kByOthers));
   }
   return true;
 }
@@ -116,7 +112,7 @@ void SiteLeave::waitForTurn() {
       _turn.reset(openTurn());
     }
   } catch (const std::runtime_error& error) {
-    _say(std::string("Orvane Web: ") + error.what());
+    _say(error.what());
     return ask();  // better two questions at a time than none
   }
   if (flock(_turn.get(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) {
@@ -154,7 +150,7 @@ void SiteLeave::keep(Leave leave) {
     Sites::set(_origin, leave);
     _kept = leave;
   } catch (const std::runtime_error& error) {
-    _say(std::string("Orvane Web: the answer could not be kept: ") + error.what());
+    _say(std::string("the answer could not be kept: ") + error.what());
   }
 }
 

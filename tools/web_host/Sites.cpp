@@ -136,12 +136,13 @@ std::string Sites::userDirectory() {
   return directory;
 }
 
-SiteList Sites::read(const std::string& path) {
+SiteList Sites::read(const std::string& path, bool* unreadable) {
   std::string text;
   try {
     text = readFile(path);
   } catch (const std::runtime_error& error) {
     _complaints.emplace_back(error.what());
+    *unreadable = true;
   }
   SiteList list(text);
   for (const std::string& complaint : list.complaints()) {
@@ -152,16 +153,23 @@ SiteList Sites::read(const std::string& path) {
 
 std::vector<Sites::Entry> Sites::list() {
   _complaints.clear();
+  _unreadable.reset();
   std::vector<Entry> all;
+  const auto add = [&](const std::string& path, const std::string& shown) {
+    bool unreadable = false;
+    for (const SiteList::Entry& entry : read(path, &unreadable).entries()) {
+      all.push_back({entry.origin, entry.leave, shown});
+    }
+    return !unreadable;
+  };
   for (const std::string& file : administratorFiles()) {
-    for (const SiteList::Entry& entry : read(file).entries()) {
-      all.push_back({entry.origin, entry.leave, file});
+    if (!add(file, file) && !_unreadable.has_value()) {
+      _unreadable = Entry{"", Leave::kDeny, file, true};
+      _readBefore = all.size();
     }
   }
   try {
-    for (const SiteList::Entry& entry : read(userDirectoryName() + "/" + kName).entries()) {
-      all.push_back({entry.origin, entry.leave, ""});
-    }
+    add(userDirectoryName() + "/" + kName, "");
   } catch (const std::runtime_error& error) {
     _complaints.emplace_back(error.what());
   }
@@ -170,9 +178,11 @@ std::vector<Sites::Entry> Sites::list() {
 
 std::optional<Sites::Entry> Sites::find(const std::string& origin) {
   const std::vector<Entry> all = list();
-  const auto found = std::find_if(all.begin(), all.end(),
-                                  [&](const Entry& entry) { return entry.origin == origin; });
-  return found != all.end() ? std::optional<Entry>(*found) : std::nullopt;
+  const auto end =
+      _unreadable.has_value() ? all.begin() + static_cast<ptrdiff_t>(_readBefore) : all.end();
+  const auto found =
+      std::find_if(all.begin(), end, [&](const Entry& entry) { return entry.origin == origin; });
+  return found != end ? std::optional<Entry>(*found) : _unreadable;
 }
 
 // The directory is locked, so that no change of another process is lost.

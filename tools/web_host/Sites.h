@@ -16,11 +16,13 @@ class Sites {
   struct Entry {
     std::string origin;
     Leave leave;
-    std::string file;  // the administrator's file that says so; empty for the user's own
+    std::string file;         // the administrator's file that says so; empty for the user's own
+    bool unreadable = false;  // that file cannot be read: what it denies is not known
   };
 
   // The entry that holds. Reads the files anew each time; what is wrong with them is in
-  // complaints() afterwards.
+  // complaints() afterwards. An administrator's file that is there and cannot be read denies all
+  // that no file before it names.
   std::optional<Entry> find(const std::string& origin);
   // The administrator's first. An origin may be in both.
   std::vector<Entry> list();
@@ -34,9 +36,11 @@ class Sites {
   static std::string userDirectory();
 
  private:
-  SiteList read(const std::string& path);
+  SiteList read(const std::string& path, bool* unreadable);
 
   std::vector<std::string> _complaints;
+  std::optional<Entry> _unreadable;  // for any origin
+  size_t _readBefore = 0;            // entries of the files before that one
 };
 
 }  // namespace web_host

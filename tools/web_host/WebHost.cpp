@@ -56,7 +56,9 @@ void WebHost::handle(const std::string& frame) {
     if (_page == nullptr) {
       return greet(document.root());
     }
-    _order.add(readOperation(document.root()), frame.size());
+    Operation operation = readOperation(document.root());
+    operation.bytes = frame.size();
+    _order.add(std::move(operation));
   } catch (const json::JsonError& error) {
     return giveUp(error.what());
   } catch (const MessageError& error) {
@@ -82,13 +84,40 @@ void WebHost::greet(const json::JsonValue& message) {
 }
 
 void WebHost::performInOrder() {
-  while (!_asking && !_ended) {
-    const std::optional<Operation> operation = _order.next();
-    if (!operation.has_value()) {
+  while (!_ended) {
+    holdInOrder();
+    if (_asking || _held.empty()) {
       return;
     }
-    perform(*operation);
+    const Operation operation = std::move(_held.front());
+    _held.pop_front();
+    _heldBytes -= operation.bytes;
+    perform(operation);
   }
+}
+
+// While the user is asked, a page may go on calling for as long as it likes. The end of an element
+// is held in any case: there are not more of them than elements.
+void WebHost::holdInOrder() {
+  while (std::optional<Operation> operation = _order.next()) {
+    const bool full = _held.size() >= OperationOrder::kMostWaiting ||
+                      _heldBytes + operation->bytes > OperationOrder::kMostBytes;
+    if (_asking && full && operation->kind != Operation::Kind::kEnd) {
+      refuse(*operation);
+    } else {
+      _heldBytes += operation->bytes;
+      _held.push_back(std::move(*operation));
+    }
+  }
+}
+
+void WebHost::refuse(const Operation& operation) {
+  const char kTooMany[] = "Orvane Web: Too many calls wait for the user's answer.";
+  for (const Value& value : operation.values) {
+    _page->drop(value);
+  }
+  _writer.write(operation.kind == Operation::Kind::kMake ? _elements->makeDead(operation, kTooMany)
+                                                         : errorAnswer(operation.number, kTooMany));
 }
 
 // What the extension's own port may ask; nothing of it is a page's but the state.

@@ -1,6 +1,7 @@
 #ifndef TOOLS_WEB_HOST_WEB_HOST_H_
 #define TOOLS_WEB_HOST_WEB_HOST_H_
 
+#include <deque>
 #include <map>
 #include <memory>
 #include <string>
@@ -40,6 +41,8 @@ class WebHost {
   void handle(const std::string& frame);
   void greet(const json::JsonValue& message);
   void performInOrder();
+  void holdInOrder();
+  void refuse(const Operation& operation);
   void perform(const Operation& operation);
   void make(const Operation& operation);
   void tellState(const Operation& operation);
@@ -65,7 +68,9 @@ class WebHost {
   std::unique_ptr<SiteLeave> _leave;
   std::string _origin;  // as the browser writes it
   bool _isPage = true;
-  bool _asking = false;  // operations wait
+  bool _asking = false;         // operations are held
+  std::deque<Operation> _held;  // in order
+  size_t _heldBytes = 0;
   bool _ended = false;
   bool _tornDown = false;
   int _code = 0;

@@ -1,4 +1,4 @@
-// Orvane Web with promises: one way for Firefox, Chromium and browsers with NPAPI plugins. The pages
+// Orvane Web 3.2.0 with promises: one way for Firefox, Chromium and browsers with NPAPI plugins. The pages
 // docs/promise-api.md and web/orvane-web.d.mts describe what it exports.
 //
 // The syntax is that of 2015, for the engines that still load NPAPI plugins.

@@ -39,7 +39,7 @@ TEST_P(LeaveToday, isAskedOfTheUserBeforeAnythingHappensForASite) {
   open(address("leave.html"));
   waitForLine("asking");
   answer("alt+a");
-  EXPECT_EQ(waitForLine("answer: "), "answer: 3.1.1");
+  EXPECT_EQ(waitForLine("answer: "), "answer: 3.2.0");
   expectDone();
   EXPECT_EQ(running("orvanepellion").size(), 1u);
   EXPECT_EQ(readFile(path(".config/orvane-web/sites")),
@@ -47,7 +47,7 @@ TEST_P(LeaveToday, isAskedOfTheUserBeforeAnythingHappensForASite) {
 
   // Kept, and the plugin is listed from now on.
   open(address("leave.html"));
-  EXPECT_EQ(waitForLine("answer: "), "answer: 3.1.1");
+  EXPECT_EQ(waitForLine("answer: "), "answer: 3.2.0");
   EXPECT_EQ(waitForLine("list: "), "list: 1");
   expectDone();
 }

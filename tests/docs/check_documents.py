@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Checks that the documents leave nothing of the code out.
 
-Usage: check_documents.py TOP page-api|messages|log
+Usage: check_documents.py TOP page-api|messages|log|versions
 """
 import collections
 import pathlib
@@ -73,6 +73,21 @@ def log():
     expect(found > 50, f"{found} lines")
 
 
-{"page-api": page_api, "messages": messages, "log": log}[sys.argv[2]]()
+def versions():
+    """The project's version at the top of all that bears one."""
+    version = re.search(r"\(orvane_web VERSION ([\d.]+)", read("CMakeLists.txt"))[1]
+    bearers = {
+        "CHANGELOG.md": rf"\n## {version}\n",
+        "packaging/debian/changelog": rf"^orvane-web \({version}-",
+        "browsers/webextension/manifest.json": rf'"version": "{version}"',
+        "web/orvane-web.mjs": rf"^// Orvane Web {version} ",
+    }
+    for page in (TOP / "docs/man").iterdir():
+        bearers[page] = rf'"Orvane Web {version}"'
+    for path, pattern in bearers.items():
+        expect(re.search(pattern, read(path)[:400]), f"{path} is not of version {version}")
+
+
+{"page-api": page_api, "messages": messages, "log": log, "versions": versions}[sys.argv[2]]()
 print("\n".join(failures))
 sys.exit(1 if failures else 0)

@@ -40,7 +40,7 @@ TEST_F(SimulatorApi, answersWithoutADisplayAndLogsIt) {
   EXPECT_THAT(expect(request("GET", "/v4/pellion/version",
                              R"({"orvane_pellion_settings":{"app_id":"version request"}})"),
                      200),
-              HasSubstr(R"("version":"3.1.1")"));
+              HasSubstr(R"("version":"3.2.0")"));
   for (const std::string window : {"about", "preferences", "transfer-manager"}) {
     expect(request("GET", "/windows/" + window + "/", ""), 200);
     EXPECT_TRUE(test_support::waitFor([&] {

@@ -112,7 +112,7 @@ TEST_F(SimulatorRuntime, checksItsCommandLine) {
     const char* output;
   } kCases[] = {
       {{"--help"}, 0, "Usage: orvanepellion"},
-      {{"--version"}, 0, "orvanepellion 3.1.1\n"},
+      {{"--version"}, 0, "orvanepellion 3.2.0\n"},
       {{"--port"}, 2, "a value is missing after --port\n"},
       {{"--port", "70000"}, 2, "--port takes a number from 0 to 65535, not '70000'\n"},
       {{"--port", usedPort}, 1, "cannot listen on port"},

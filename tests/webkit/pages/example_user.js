@@ -80,7 +80,7 @@ var pages = {
     [look, shows('lines', 'completed /')],
   ],
   'session.html': [
-    [look, shows('versions', 'Plugin 3.1 (build 3.1.1.70486)\nOrvane Pellion 3.1.1')],
+    [look, shows('versions', 'Plugin 3.1 (build 3.1.1.70486)\nOrvane Pellion 3.2.0')],
     [press('#session button'), says('The session: {"app_id":"my-app"}')],
     [press('#session button'), says('The session failed: Session was already initialized')],
     [press('#request button'), says('GET /v4/pellion/version: {"product":"Orvane Pellion"')],

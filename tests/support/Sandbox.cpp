@@ -1,6 +1,7 @@
 #include "tests/support/Sandbox.h"
 
 #include <csignal>
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -135,7 +136,18 @@ size_t countDescriptors() {
 }
 
 size_t countThreads() {
-  return countEntries("/proc/self/task");
+  constexpr unsigned kExiting = 0x4;  // PF_EXITING, in the seventh field after the name
+  size_t count = 0;
+  for (const auto& task : fs::directory_iterator("/proc/self/task")) {
+    const std::string status = readFile(task.path() / "stat");
+    const size_t name = status.rfind(") ");
+    unsigned flags = kExiting;
+    if (name != std::string::npos) {
+      std::sscanf(status.c_str() + name, ") %*c %*d %*d %*d %*d %*d %u", &flags);
+    }
+    count += (flags & kExiting) == 0 ? 1 : 0;
+  }
+  return count;
 }
 
 }  // namespace test_support

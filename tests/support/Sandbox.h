@@ -52,7 +52,8 @@ std::string readFile(const std::string& path);
 // A file of that many bytes, none like its neighbours.
 void makeFile(const std::string& path, size_t size);
 size_t countEntries(const std::string& directory);
-// Open descriptors and threads of this process, for "back where it was" checks.
+// Open descriptors and threads of this process, for "back where it was" checks. A thread that is
+// on its way out does not count: the system lists it for a moment after it was joined.
 size_t countDescriptors();
 size_t countThreads();
 

@@ -8,7 +8,8 @@ class HostileToday : public BrowserPage {};
 // The page's own checks say what it could not do; here, that it hurt nobody.
 TEST_P(HostileToday, pagesReachNothingThatTheyCouldNotCallByRight) {
   allow("127.0.0.1");
-  open(address("hostile.html"));
+  open(address(
+      "policy/hostile.html?policy=Content-Security-Policy-Report-Only%3Dconnect-src%20'none'"));
   waitForLine("begun");
   const auto hosts = running("orvane-web-host");
   EXPECT_EQ(hosts.size(), 1u);

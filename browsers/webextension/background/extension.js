@@ -8,19 +8,19 @@ export const hostName = 'example.orvane.web_host';
 export const hostGone = 'Orvane Web: the program beside the browser has ended. Reload the page.';
 
 /**
- * The rule that says to a waiting page that this script listens: only it can be newer than the static one.
+ * The rule that says to a waiting page of Chromium that this script listens: only it is newer than the one kept.
  * @type {chrome.declarativeNetRequest.Rule}
  */
 export const readyRule = {
   id: 1,
   priority: 2,
   condition: {
-    regexFilter: '^https?://[^/?#]*/\\.orvane-ready$',
+    urlFilter: '|https://orvane.invalid/.orvane-ready|',
     resourceTypes: [/** @type {any} */ ('xmlhttprequest')],
   },
   action: {
     type: /** @type {any} */ ('redirect'),
-    redirect: { extensionPath: '/answer.txt?ready' },
+    redirect: { url: 'data:text/plain,answer?ready' },
   },
 };
 

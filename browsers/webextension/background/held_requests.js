@@ -1,9 +1,11 @@
-import { extension, hostGone, piecesOf, readyRule } from './extension.js';
+import { extension, hostGone, piecesOf } from './extension.js';
 
 /** @typedef {import('./document_link.js').DocumentLink} DocumentLink */
 
 /** Firefox's synchronous way: the page's request is held until the host has answered, and then led to the
- * answer. No request is answered that does not come from the document that its key belongs to. */
+ * answer, at an address of the extension. Firefox draws these addresses for each installation, and a page that saw
+ * one would know its visitor by it: so no request is led there but the content script's own, which says a key.
+ * The key is in the body, since policies, their reports and the page's records of requests tell addresses. */
 export class HeldRequests {
   /** @param {Map<string, DocumentLink>} links */
   constructor(links) {
@@ -12,14 +14,11 @@ export class HeldRequests {
     this.held = new Map();
     /** @type {Map<string, string[]>} what is left of a long answer, by the same */
     this.rest = new Map();
-    /** @type {Map<string, (() => void)[]>} requests that came before the port of their document, by key */
-    this.early = new Map();
     const onRequest = /** @type {any} */ (extension.webRequest.onBeforeRequest);
     onRequest.addListener(
       (/** @type {any} */ details) => this.answerRequest(details),
-      { urls: ['*://*/.orvane-ask/*'], types: ['xmlhttprequest'] },
+      { urls: ['*://*/.orvane-ask'], types: ['xmlhttprequest'] },
       ['blocking', 'requestBody']);
-    extension.declarativeNetRequest.updateSessionRules({ removeRuleIds: [readyRule.id], addRules: [readyRule] });
   }
 
   /** @type {import('./document_link.js').SynchronousWay['answer']} */
@@ -29,10 +28,9 @@ export class HeldRequests {
     this.held.delete(call);
   }
 
-  /** @param {DocumentLink} link */
+  /** Before it is told so, the document sends no request. @param {DocumentLink} link */
   begin(link) {
-    this.early.get(link.key)?.forEach((go) => go());
-    this.early.delete(link.key);
+    link.port.postMessage({ listening: true });
   }
 
   taken() {}
@@ -48,38 +46,20 @@ export class HeldRequests {
     }
   }
 
-  /**
-   * A document's port was opened before its request was sent, but this script, just started, may hear of the
-   * request first.
-   * @private @param {string} key
-   */
-  async linkOf(key) {
-    if (key && !this.links.has(key)) {
-      await new Promise((resolve) => {
-        this.early.set(key, [...(this.early.get(key) ?? []), () => resolve(undefined)]);
-        setTimeout(resolve, 5000);
-      });
-      this.early.delete(key);
-    }
-    return this.links.get(key);
-  }
-
-  /** @private @param {any} details @returns {Promise<any>} */
-  async answerRequest(details) {
-    const [, key, number, part] = /\/\.orvane-ask\/([^/?]+)-(\d+)(?:\?part=(\d+))?$/.exec(details.url) ?? [];
-    const link = await this.linkOf(key);
+  /** @private @param {any} details @returns {any} */
+  answerRequest(details) {
+    const { key, operation, n, part } = bodyOf(details) ?? {};
+    const link = this.links.get(key);
     if (!link || link.tabId !== details.tabId || link.frameId !== details.frameId) {
       return { cancel: true };
     }
-    const call = `${key}-${number}`;
     if (part !== undefined) {
-      return this.furtherPiece(call, Number(part));
+      return this.furtherPiece(`${key}-${n}`, part);
     }
-    const operation = bodyOf(details);
-    // A page that has learned its key may ask here as well, and no more than its elements' members would.
-    if (operation?.n !== Number(number) || !['call', 'get', 'set'].includes(operation.op) || this.held.has(call)) {
-      return { cancel: true };
+    if (operation === undefined) {
+      return redirectTo('ready');
     }
+    const call = `${key}-${operation.n}`;
     return new Promise((resolve) => {
       this.held.set(call, (pieces) => {
         if (pieces.length > 1) {

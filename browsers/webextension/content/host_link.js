@@ -19,6 +19,8 @@ class HostLink {
     this.lost = lost;
     /** Why nothing works any more; empty while it does. */
     this.complaint = '';
+    /** Whether the background has said that it hears requests as well. */
+    this.listening = false;
     this.lastNumber = 0;
     /** @type {Map<number, (answer: Answer) => void>} */
     this.pending = new Map();
@@ -106,6 +108,8 @@ class HostLink {
       this.pending.delete(message.answer);
     } else if ('tell' in message) {
       this.tell(message);
+    } else if ('listening' in message) {
+      this.listening = true;
     } else if ('lost' in message) {
       this.end(message.lost);
     }

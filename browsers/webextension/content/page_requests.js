@@ -43,12 +43,12 @@ class PageRequests {
   /** @private @param {HostLink} link @param {Operation} operation @returns {[string, any]} */
   wait(link, operation) {
     return this.queue.holding(() => {
-      if (this.synchronous.usable()) {
+      if (this.synchronous.usable(link)) {
         return PageRequests.outcome(link.sendAndWait(operation, this.synchronous));
       }
       const callback = operation.op === 'call' && operation.name.endsWith('Async') && operation.args.at(-1);
       if (!callback?.callable) {
-        return ['unsent', sentences.forbidden];
+        return ['unsent', link.complaint || sentences.forbidden];
       }
       link.send(operation, (answer) => this.passOn(answer, callback.id));
       return ['value', null];

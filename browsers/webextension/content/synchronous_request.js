@@ -1,5 +1,8 @@
 'use strict';
 
+/** No site's: what is asked there reaches nobody, whatever happens. */
+const anyHost = 'https://orvane.invalid';
+
 /**
  * Blocks the page until an answer is there, by synchronous requests that the extension answers and that
  * never reach a network. Firefox: one request, held by the background until the host has answered.
@@ -11,18 +14,16 @@ class SynchronousRequests {
     /** Where requests of this document may go; empty until one was answered. */
     this.base = '';
     this.answers = [extension.runtime.getURL('answer.txt?'), 'data:text/plain,answer?'];
-    this.pending = [extension.runtime.getURL('pending.txt'), 'data:text/plain,pending'];
+    this.pending = 'data:text/plain,pending';
   }
 
-  /** Whether the page may wait at all, and the background listens. */
-  usable() {
-    if (!this.base) {
-      const bases = ['https://orvane.invalid'];
-      // A policy that allows nothing but 'self' holds in Firefox for content scripts as well.
-      if (isFirefox && self.origin.startsWith('http')) {
-        bases.push(self.origin);
-      }
-      this.base = bases.find((base) => this.isReady(base)) ?? '';
+  /** Whether the page may wait at all, and the background listens. @param {HostLink} link */
+  usable(link) {
+    if (isFirefox) {
+      this.waitForBackground(link);
+    }
+    if (!this.base && !link.complaint) {
+      this.base = isFirefox ? this.baseOfFirefox(link) : this.baseOfChromium();
     }
     return this.base !== '';
   }
@@ -33,43 +34,78 @@ class SynchronousRequests {
    * @returns {Answer | null} null when the way broke
    */
   ask(link, operation) {
-    const place = `/${isFirefox ? '.orvane-ask' : '.orvane-call'}/${link.key}-${operation.n}`;
-    const address = this.base + place;
+    const n = operation.n;
     try {
-      const first = isFirefox
-        ? this.fetch('POST', address, JSON.stringify(operation))
-        : this.poll(link, operation, address);
-      return first === null ? null : this.complete(first, address);
+      if (isFirefox) {
+        return this.complete(this.askBackground(link, { operation }), (part) => this.askBackground(link, { n, part }));
+      }
+      const address = `${this.base}/.orvane-call/${link.key}-${n}`;
+      const first = this.poll(link, operation, address);
+      return first === null ? null : this.complete(first, (part) => this.fetch('GET', `${address}?part=${part}`));
     } catch {
-      link.post({ skip: operation.n });
+      this.base = '';  // the page may have a stricter policy now
+      link.post({ skip: n });
       return null;
     } finally {
       if (!isFirefox) {
-        link.post({ taken: operation.n });
+        link.post({ taken: n });
       }
     }
   }
 
   /**
-   * The background makes Chromium's rules, so before its first start ever a request fails there that will
-   * soon be answered.
+   * No request may leave before the background can catch it: it could reach the site. The background's word that
+   * it can comes by the port, which is heard while a file of the extension is loaded; no page's policy forbids that.
    * @private
-   * @param {string} base
+   * @param {HostLink} link
    */
-  isReady(base) {
+  waitForBackground(link) {
+    const deadline = Date.now() + 10_000;
+    while (!link.listening && !link.complaint) {
+      if (Date.now() > deadline) {
+        link.end(sentences.hostGone);
+        return;
+      }
+      const request = new XMLHttpRequest();
+      request.open('GET', extension.runtime.getURL('answer.txt'), false);
+      request.send();
+    }
+  }
+
+  /** @private @param {HostLink} link */
+  baseOfFirefox(link) {
+    const bases = [anyHost];
+    // A policy that allows nothing but 'self' holds in Firefox for content scripts as well.
+    if (self.origin.startsWith('http')) {
+      bases.push(self.origin);
+    }
+    return bases.find((base) => {
+      try {
+        return this.askBackground(link, {}, base) !== '';
+      } catch {
+        return false;
+      }
+    }) ?? '';
+  }
+
+  /**
+   * The background makes the rules, so before its first start ever a request fails that will soon be answered.
+   * @private
+   */
+  baseOfChromium() {
     const deadline = Date.now() + 10_000;
     while (Date.now() < deadline) {
       try {
-        if (this.fetch('GET', base + '/.orvane-ready') !== null) {
-          return true;
+        if (this.fetch('GET', `${anyHost}/.orvane-ready`) !== null) {
+          return anyHost;
         }
       } catch {
-        if (isFirefox || this.forbidden() || performance.now() > 10_000) {
-          return false;
+        if (this.forbidden() || performance.now() > 10_000) {
+          return '';
         }
       }
     }
-    return false;
+    return '';
   }
 
   /** @private */
@@ -105,6 +141,20 @@ class SynchronousRequests {
   }
 
   /**
+   * @private
+   * @param {HostLink} link
+   * @param {object} question
+   * @returns {string} what stands behind the answer's address
+   */
+  askBackground(link, question, base = this.base) {
+    const answer = this.fetch('POST', `${base}/.orvane-ask`, JSON.stringify({ key: link.key, ...question }));
+    if (answer === null) {
+      throw new Error('answered by somebody else');
+    }
+    return answer;
+  }
+
+  /**
    * What stands behind the answer's address, or null while there is none. Throws when the request failed.
    * @private
    * @param {string} method
@@ -119,7 +169,7 @@ class SynchronousRequests {
     if (found) {
       return request.responseURL.slice(found.length);
     }
-    if (!this.pending.includes(request.responseURL)) {
+    if (request.responseURL !== this.pending) {
       throw new Error('answered by somebody else');
     }
     return null;
@@ -129,14 +179,14 @@ class SynchronousRequests {
    * Fetches what is left of a long answer. The pieces are cut out of the encoded text.
    * @private
    * @param {string} first the number of pieces, a slash, the first piece
-   * @param {string} address
+   * @param {(part: number) => string | null} further
    * @returns {Answer}
    */
-  complete(first, address) {
+  complete(first, further) {
     const slash = first.indexOf('/');
     let encoded = first.slice(slash + 1);
     for (let part = 1; part < Number(first.slice(0, slash)); ++part) {
-      const piece = this.fetch('GET', `${address}?part=${part}`);
+      const piece = further(part);
       if (piece === null) {
         throw new Error('a piece is missing');
       }

@@ -29,6 +29,7 @@ class HostProcess {
   // How many frames the last message came in.
   size_t frames() const { return _frames; }
 
+  pid_t pid() const { return _pid; }
   void closeInput();
   // Waits for the end: the exit status, or minus the signal. What a sanitizer says fails the test.
   int wait();

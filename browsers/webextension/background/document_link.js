@@ -97,7 +97,8 @@ export class DocumentLink {
     if ('hello' in message) {
       this.greeted = true;
     } else if ('fatal' in message) {
-      this.complaint = `Orvane Web: ${message.fatal}`;
+      this.giveUp(`Orvane Web: ${message.fatal}`);
+      this.host.disconnect();  // it says no more, and shall end
     } else if (message.tell === 'leave') {
       if (message.origin === this.origin) {
         this.noteLeave(message.origin, message.leave);
@@ -112,9 +113,14 @@ export class DocumentLink {
   /** @private @param {chrome.runtime.Port} host */
   lose(host) {
     const reason = extension.runtime.lastError?.message ?? /** @type {any} */ (host).error?.message ?? '';
-    this.complaint ||= this.greeted ? hostGone
+    this.giveUp(this.greeted ? hostGone
       : `Orvane Web: the program orvane-web-host could not be started${reason ? ` (${reason})` : ''}.` +
-        ' Is the package orvane-web-extension installed completely?';
+        ' Is the package orvane-web-extension installed completely?');
+  }
+
+  /** Nothing comes from the host any more. @private @param {string} complaint */
+  giveUp(complaint) {
+    this.complaint ||= complaint;
     for (const n of [...this.awaited]) {
       this.deliver({ answer: n, error: this.complaint });
     }

@@ -1,0 +1,44 @@
+#ifndef TESTS_BROWSERS_TODAY_BROWSER_FAULTS_H_
+#define TESTS_BROWSERS_TODAY_BROWSER_FAULTS_H_
+
+#include <string>
+
+#include "tests/browsers_today/BrowserPage.h"
+
+namespace test_support {
+
+// Pages around which something goes wrong, a row of the fault table each (scripts/faults). One
+// browser serves many rows: between two of them it has no page with an element, and then there is
+// no more of anything than before the row.
+class BrowserFaults : public BrowserPage {
+ protected:
+  BrowserFaults();
+
+  // Does in the browser what no page can: an action of remote.py. Its result, as JSON.
+  std::string act(const std::string& action) const;
+  // In place of the host program a shell script, whose process `substitute` is then; an empty one
+  // stands for the host program itself.
+  void replaceHost(const std::string& script, bool executable = true);
+  pid_t substitute() const;
+
+  void beginRow();
+  // What is left must be what was there; prints the row.
+  void endRow(const std::string& fault, const std::string& outcome);
+  void expectHosts(size_t count);
+
+ private:
+  struct Levels {
+    size_t hosts, files, rules, descriptors, memoryMib;
+  };
+  Levels levels() const;
+  void printRow(const std::string& fault, const std::string& outcome, const Levels& after) const;
+  std::string profile() const { return path(std::string(".orvane-browser/") + GetParam()); }
+  std::string manifest() const;
+
+  std::string _host;
+  Levels _before = {};
+};
+
+}  // namespace test_support
+
+#endif  // TESTS_BROWSERS_TODAY_BROWSER_FAULTS_H_

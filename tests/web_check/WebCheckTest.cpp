@@ -368,8 +368,10 @@ SITES=$HOME/.config/orvane-web/sites
 manifest() {
   printf '{"name":"example.orvane.web_host","type":"stdio","path":"%s","%s":["%s"]}' "$HOST" $2 $3 >$1
 }
-manifest $FIREFOX allowed_extensions orvane-web@orvane.example
-manifest $CHROMIUM allowed_origins chrome-extension://$ID/
+firefox() { MANIFEST=$FIREFOX; manifest $FIREFOX allowed_extensions orvane-web@orvane.example; }
+chromium() { MANIFEST=$CHROMIUM; manifest $CHROMIUM allowed_origins chrome-extension://$ID/; }
+firefox
+chromium
 addons() { printf '{"addons":[{"id":"orvane-web@orvane.example","version":"%s","active":%s}]}' $1 $2 >$ADDONS; }
 addons $VERSION true
 preferences() {
@@ -399,22 +401,25 @@ class BrowserLink : public WebCheck {
 };
 
 TEST_F(BrowserLink, isNamed) {
-  const std::string again = "manifest $FIREFOX allowed_extensions orvane-web@orvane.example";
+  // A row is tried in both browsers unless it names one; "again" writes the manifest anew.
+  const std::string flatpak =
+      "mkdir -p ~/.local/share/flatpak/app/org.mozilla.firefox "
+      "~/.local/share/flatpak/app/org.chromium.Chromium; ";
   const struct {
     const char *label, *browser;
     std::string make;
     const char *check, *status, *seen;
   } kRows[] = {
-      {"nothing wrong", "firefox", "", "extension", "ok", "version " ORVANE_VERSION " in "},
-      {"nothing wrong", "chromium", "", "sites", "ok", "can be read"},
+      {"nothing wrong", "", "", "extension", "ok", "version " ORVANE_VERSION " in "},
+      {"nothing wrong", "", "", "sites", "ok", "can be read"},
       {"no browser", "firefox", "rm $BROWSERS/*", "program", "failed", "no firefox-esr in PATH"},
-      {"a Flatpak alone", "firefox",
-       "rm $BROWSERS/*; mkdir -p ~/.local/share/flatpak/app/org.mozilla.firefox", "program",
-       "failed", "a Flatpak (org.mozilla.firefox), in a sandbox"},
-      {"a Flatpak as well", "chromium", "mkdir -p ~/.local/share/flatpak/app/org.chromium.Chromium",
-       "program", "warning", "/chromium; there is a Flatpak"},
-      {"no extension", "firefox", "rm $ADDONS", "extension", "failed", "neither"},
-      {"no extension", "chromium", "rm $PREFERENCES", "extension", "failed", "neither"},
+      {"no browser", "chromium", "rm $BROWSERS/*", "program", "failed", "no chromium in PATH"},
+      {"a Flatpak alone", "firefox", flatpak + "rm $BROWSERS/*", "program", "failed",
+       "a Flatpak (org.mozilla.firefox), in a sandbox: extensions start programs there only"},
+      {"a Flatpak alone", "chromium", flatpak + "rm $BROWSERS/*", "program", "failed",
+       "a Flatpak (org.chromium.Chromium), in a sandbox: extensions start no programs"},
+      {"a Flatpak as well", "", flatpak, "program", "warning", "; there is a Flatpak"},
+      {"no extension", "", "rm $ADDONS $PREFERENCES", "extension", "failed", "neither"},
       {"its directory gone", "chromium", "rm -r ~/extension", "extension", "failed", "neither"},
       {"another's key", "chromium", "sed -i 's/\"MII/\"MIJ/' ~/extension/manifest.json",
        "extension", "failed", "neither"},
@@ -429,50 +434,52 @@ TEST_F(BrowserLink, isNamed) {
        "~/.mozilla/native-messaging-hosts"},
       {"no manifest", "chromium", "rm $CHROMIUM", "manifest", "failed",
        "~/.config/chromium/NativeMessagingHosts"},
-      {"no JSON", "firefox", "echo { >$FIREFOX", "manifest", "failed", "it is no manifest"},
-      {"another name", "chromium", "sed -i 's/web_host/other/' $CHROMIUM", "manifest", "failed",
+      {"no JSON", "", "echo { >$MANIFEST", "manifest", "failed", "it is no manifest"},
+      {"another name", "", "sed -i 's/web_host\"/other\"/' $MANIFEST", "manifest", "failed",
        "its name is not"},
-      {"another type", "firefox", "sed -i 's/stdio/tcp/' $FIREFOX", "manifest", "failed",
-       "not stdio"},
-      {"a relative path", "firefox", "HOST=host; " + again, "manifest", "failed", "not absolute"},
+      {"another type", "", "sed -i 's/stdio/tcp/' $MANIFEST", "manifest", "failed", "not stdio"},
+      {"a relative path", "", "HOST=host; again", "manifest", "failed", "not absolute"},
       {"another caller", "firefox", "sed -i 's/orvane-web@/other@/' $FIREFOX", "manifest", "failed",
        "lack orvane-web@orvane.example"},
       {"another caller", "chromium", "sed -i 's|//.*/\"|//x/\"|' $CHROMIUM", "manifest", "failed",
        "lack chrome-extension://"},
-      {"no host", "firefox", "HOST=/nowhere; " + again, "host", "failed", "/nowhere is not there"},
-      {"no program", "firefox", "host ''; chmod -x ~/host; " + again, "host", "failed",
-       "cannot be run"},
-      {"a silent host", "firefox", "host 'exit 3'; " + again, "host", "failed",
-       "it ended with code 3"},
-      {"a host that hangs", "firefox", "host 'while :; do :; done'; " + again, "host", "failed",
+      {"no host", "", "HOST=/nowhere; again", "host", "failed", "/nowhere is not there"},
+      {"no program", "", "host ''; chmod -x ~/host; again", "host", "failed", "cannot be run"},
+      {"a silent host", "", "host 'exit 3'; again", "host", "failed", "it ended with code 3"},
+      {"a host that hangs", "firefox", "host 'while :; do :; done'; again", "host", "failed",
        "more than 5 s"},
-      {"no messages", "firefox", "host 'echo Hello, browser'; " + again, "host", "failed",
+      {"no messages", "", "host 'echo Hello, browser'; again", "host", "failed",
        "cannot be understood"},
-      {"an older host", "firefox",
-       "host \"printf '\\\\033\\\\0\\\\0\\\\0{\\\"hello\\\":1,\\\"version\\\":\\\"1.0\\\"}'\"; " +
-           again,
+      {"an older host", "",
+       "host \"printf '\\\\033\\\\0\\\\0\\\\0{\\\"hello\\\":1,\\\"version\\\":\\\"1.0\\\"}'\"; "
+       "again",
        "host", "failed", "of version \"1.0\""},
-      {"no module for it", "firefox",
-       "cp $HOST ~/alone; HOST=$HOME/alone; MOZ_PLUGIN_PATH=/nowhere; " + again, "host-module",
+      {"no module for it", "",
+       "cp $HOST ~/alone; HOST=$HOME/alone; MOZ_PLUGIN_PATH=/nowhere; again", "host-module",
        "failed", "nporvaneweb.so"},
-      {"a broken line", "chromium", "mkdir -p ~/.config/orvane-web; echo perhaps >$SITES", "sites",
+      {"a broken line", "", "mkdir -p ~/.config/orvane-web; echo perhaps >$SITES", "sites",
        "warning", "sites, line 1"},
   };
   for (const auto& row : kRows) {
-    for (const char* left : {".mozilla", ".config", ".local", "browsers", "extension"}) {
-      fs::remove_all(path(left));
-    }
-    const std::string prefix = row.browser + std::string("-");
-    const Outcome outcome = check("--browser " + std::string(row.browser), kBrowsers + row.make);
-    SCOPED_TRACE(std::string(row.browser) + ": " + row.label + "\n" + outcome.text);
-    const std::string line = outcome.line(prefix + row.check);
-    EXPECT_THAT(line, StartsWith(row.status));
-    EXPECT_THAT(line, HasSubstr(std::regex_replace(row.seen, std::regex("~"), home())));
-    if (row.status != std::string("ok")) {
-      EXPECT_THAT(line, HasSubstr("; to do: "));
-    }
-    for (size_t i = kChecks; i < outcome.lines.size() && outcome.lines[i] != line; ++i) {
-      EXPECT_THAT(outcome.lines[i], StartsWith("ok "));
+    for (const std::string browser : {"firefox", "chromium"}) {
+      if (row.browser != std::string() && row.browser != browser) {
+        continue;
+      }
+      for (const char* left : {".mozilla", ".config", ".local", "browsers", "extension"}) {
+        fs::remove_all(path(left));
+      }
+      const Outcome outcome = check("--browser " + browser, kBrowsers + browser + "; again() { " +
+                                                                browser + "; }\n" + row.make);
+      SCOPED_TRACE(browser + ": " + row.label + "\n" + outcome.text);
+      const std::string line = outcome.line(browser + "-" + row.check);
+      EXPECT_THAT(line, StartsWith(row.status));
+      EXPECT_THAT(line, HasSubstr(std::regex_replace(row.seen, std::regex("~"), home())));
+      if (row.status != std::string("ok")) {
+        EXPECT_THAT(line, HasSubstr("; to do: "));
+      }
+      for (size_t i = kChecks; i < outcome.lines.size() && outcome.lines[i] != line; ++i) {
+        EXPECT_THAT(outcome.lines[i], StartsWith("ok "));
+      }
     }
   }
 }

@@ -48,6 +48,8 @@ const std::vector<Browser>& browsers() {
        {"firefox-esr", "firefox"},
        "org.mozilla.firefox",
        "firefox",
+       "extensions start programs there only through the desktop's WebExtensions portal, if it "
+       "has one",
        "allowed_extensions",
        "orvane-web@orvane.example",
        "switch it on at about:addons",
@@ -61,6 +63,7 @@ const std::vector<Browser>& browsers() {
        {"chromium", "chromium-browser"},
        "org.chromium.Chromium",
        "chromium",
+       "extensions start no programs there",
        "allowed_origins",
        "chrome-extension://" ORVANE_CHROMIUM_ID "/",
        "switch it on at chrome://extensions",

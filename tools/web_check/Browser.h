@@ -14,6 +14,7 @@ struct Browser {
   std::vector<const char*> programs;
   const char* flatpak;  // its name among Flatpaks
   const char* snap;     // and among snaps
+  const char* sandbox;  // what it keeps extensions of those from
   const char*
       allowed;  // the member of a native messaging manifest that lists who may start the host
   const char* caller;  // this extension in that list

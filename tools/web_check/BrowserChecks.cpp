@@ -33,10 +33,7 @@ constexpr char kRegister[] = "orvane-web-register";
 constexpr int kRegisterMs = 5000;
 
 std::string sandboxWarning(const Browser& browser, const std::string& sandboxes) {
-  return "there is " + sandboxes +
-         ", in a sandbox that lets no extension start a program (a "
-         "browser of the system's packages does), so pages do not find Orvane Web in that " +
-         browser.title;
+  return "there is " + sandboxes + ", in a sandbox: " + browser.sandbox;
 }
 
 Finding checkProgram(Context* context) {

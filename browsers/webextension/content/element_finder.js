@@ -1,9 +1,13 @@
 'use strict';
 
+/** So many changes at once are not read one by one: the document is searched instead. */
+const manyChanges = 50;
+
 /**
- * Sees elements of ours come into the document and go out of it. One observer of the tree is all that a
- * page without such an element pays. An element that a script uses before it was seen is asked for by
- * `find`; a document that is being parsed is searched when the parser is done.
+ * Sees elements of ours come into the document and go out of it. Until the parser is done, nothing watches
+ * the tree: an element that a script uses before is asked for by `find`, the others begin when the document
+ * is searched then. Afterwards, or from the first element's beginning on, one observer of the tree is all that a
+ * page pays.
  */
 class ElementFinder {
   /**
@@ -16,20 +20,30 @@ class ElementFinder {
     this.end = end;
     this.begun = begun;
     this.tree = new MutationObserver((records) => this.read(records));
-    this.types = new MutationObserver((records) => this.read(records));
-    this.searchAgain = 0;
-    this.tree.observe(document, { childList: true, subtree: true });
+    this.types = new MutationObserver((records) => this.readTypes(records));
+    this.isWatching = false;
+    /** @type {Element | null} the document's, as last seen */
+    this.root = null;
+    this.later = 0;
     this.waitForParser();
+    if (document.readyState === 'loading') {
+      this.searchLater();
+    }
   }
 
   /** What happened until now, without waiting for the observer's turn. */
   catchUp() {
-    this.read([...this.tree.takeRecords(), ...this.types.takeRecords()]);
+    if (this.isWatching) {
+      this.read(this.tree.takeRecords());
+      this.readTypes(this.types.takeRecords());
+    }
   }
 
-  /** All elements of ours in the document begin that have not. */
+  /** All elements of ours in the document begin that have not, and are seen from now on. */
   search() {
+    this.watchTree();
     for (const element of document.querySelectorAll('embed, object')) {
+      this.watchType(element);
       this.consider(element);
     }
   }
@@ -39,26 +53,46 @@ class ElementFinder {
   }
 
   /** @private */
-  onParsed = () => this.search();
+  onParsed = () => {
+    clearTimeout(this.later);
+    this.later = 0;
+    this.search();
+  };
+
+  /** A document that a script writes and never closes is never done. @private */
+  searchLater() {
+    this.later ||= setTimeout(() => {
+      this.later = 0;
+      this.search();
+    }, 1000);
+  }
+
+  /** @private */
+  watchTree() {
+    if (!this.isWatching) {
+      this.isWatching = true;
+      this.root = document.documentElement;
+      this.tree.observe(document, { childList: true, subtree: true });
+    }
+  }
 
   /** @private @param {MutationRecord[]} records */
   read(records) {
-    for (const record of records) {
-      if (record.target === document) {
-        // document.open has taken the listeners away as well.
-        this.waitForParser();
-        this.onRewritten();
-      }
-      for (const node of record.removedNodes) {
-        this.readRemoved(node);
-      }
+    if (records.length === 0) {
+      return;
     }
-    for (const record of records) {
-      if (record.type === 'attributes') {
-        this.readType(/** @type {Element} */ (record.target));
-      }
-      for (const node of record.addedNodes) {
-        this.readAdded(node);
+    if (this.root !== document.documentElement) {
+      // document.open has taken the listeners away as well.
+      this.root = document.documentElement;
+      this.waitForParser();
+      this.onRewritten();
+    }
+    this.readAllRemoved(records);
+    if (records.length > manyChanges) {
+      this.noticeIn(document);
+    } else {
+      for (const record of records) {
+        record.addedNodes.forEach((node) => this.readAdded(node));
       }
     }
     this.onRead();
@@ -67,8 +101,17 @@ class ElementFinder {
   /** Called when something in the document has come or gone. */
   onRead() {}
 
-  /** Called when the document's own children changed. */
+  /** Called when the document's own root changed. */
   onRewritten() {}
+
+  /** @private @param {MutationRecord[]} records */
+  readAllRemoved(records) {
+    if ([...this.begun()].length > 0) {
+      for (const record of records) {
+        record.removedNodes.forEach((node) => this.readRemoved(node));
+      }
+    }
+  }
 
   /** @private @param {Node} node */
   readRemoved(node) {
@@ -88,23 +131,31 @@ class ElementFinder {
       this.notice(node);
     }
     if (node.firstElementChild) {
-      for (const element of node.querySelectorAll('embed, object')) {
-        this.notice(element);
-      }
+      this.noticeIn(node);
     }
   }
 
-  /** @private @param {Element} element */
-  readType(element) {
-    if (elementFacts.isOurs(element)) {
+  /** @private @param {Document | Element} above */
+  noticeIn(above) {
+    for (const element of above.querySelectorAll('embed, object')) {
       this.notice(element);
-    } else {
-      this.end(element);
+    }
+  }
+
+  /** @private @param {MutationRecord[]} records */
+  readTypes(records) {
+    for (const { target } of records) {
+      if (elementFacts.isOurs(target)) {
+        this.notice(target);
+      } else {
+        this.end(/** @type {Element} */ (target));
+      }
     }
   }
 
   /** The type may come, change and go while the element stays. @param {Element} element */
   watchType(element) {
+    this.watchTree();
     this.types.observe(element, { attributes: true, attributeFilter: ['type'] });
   }
 
@@ -113,12 +164,8 @@ class ElementFinder {
     this.watchType(element);
     if (document.readyState !== 'loading') {
       this.consider(element);
-    } else if (!this.searchAgain) {
-      // A document that a script writes and never closes is never done.
-      this.searchAgain = setTimeout(() => {
-        this.searchAgain = 0;
-        this.search();
-      }, 1000);
+    } else {
+      this.searchLater();
     }
   }
 

@@ -25,7 +25,6 @@ import tempfile
 sys.dont_write_bytecode = True
 from rows import PLOTS, PROGRAMS, ROWS  # pylint: disable=wrong-import-position
 
-BEGIN = '<!-- table: written by scripts/bench -->'
 END = '<!-- end of the table -->'
 
 NANOSECONDS = {'ns': 1, 'us': 1e3, 'ms': 1e6, 's': 1e9}
@@ -119,14 +118,15 @@ def machine():
             f'Linux {platform.release()}; at most {resource.getrlimit(resource.RLIMIT_NOFILE)[1]} open files.')
 
 
-def write_page(page, table):
+def write_page(page, measured_with, table, command):
+    """Replaces the table of a command in the page, and what it was measured with."""
+    begin = f'<!-- table: written by {command} -->'
     with open(page, encoding='utf-8') as file:
-        text = file.read()
-    if BEGIN not in text or END not in text:
+        before, mark, rest = file.read().partition(begin)
+    if not mark or END not in rest:
         sys.exit(f'{page} does not hold the two marks of the table')
-    before, rest = text.split(BEGIN, 1)
     with open(page, 'w', encoding='utf-8') as file:
-        file.write(f'{before}{BEGIN}\n\n{machine()}\n\n{table}\n\n{END}{rest.split(END, 1)[1]}')
+        file.write(f'{before}{begin}\n\n{measured_with}\n\n{table}\n\n{END}{rest.split(END, 1)[1]}')
 
 
 def plot_commands(plot, measured, image):
@@ -176,7 +176,7 @@ def main():
         directory = os.path.dirname(arguments.page or '')
         plots = [plot_commands(plot, measured, os.path.join(directory, plot.image)) for plot in PLOTS]
         if arguments.page:
-            write_page(arguments.page, table)
+            write_page(arguments.page, machine(), table, 'scripts/bench')
             draw(plots)
 
 

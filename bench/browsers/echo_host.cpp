@@ -1,0 +1,47 @@
+// The least that a native messaging host can be: sends each frame back as it came, and ends with
+// its input.
+
+#include <unistd.h>
+
+#include <cstdint>
+#include <cstring>
+#include <vector>
+
+namespace {
+
+bool readAll(char* to, size_t size) {
+  for (size_t got = 0; got < size;) {
+    const ssize_t count = read(STDIN_FILENO, to + got, size - got);
+    if (count <= 0) {
+      return false;
+    }
+    got += static_cast<size_t>(count);
+  }
+  return true;
+}
+
+bool writeAll(const char* from, size_t size) {
+  for (size_t put = 0; put < size;) {
+    const ssize_t count = write(STDOUT_FILENO, from + put, size - put);
+    if (count <= 0) {
+      return false;
+    }
+    put += static_cast<size_t>(count);
+  }
+  return true;
+}
+
+}  // namespace
+
+int main() {
+  std::vector<char> frame(sizeof(uint32_t));
+  while (readAll(frame.data(), sizeof(uint32_t))) {
+    uint32_t length = 0;
+    std::memcpy(&length, frame.data(), sizeof(length));
+    frame.resize(sizeof(length) + length);
+    if (!readAll(frame.data() + sizeof(length), length) || !writeAll(frame.data(), frame.size())) {
+      return 1;
+    }
+  }
+  return 0;
+}

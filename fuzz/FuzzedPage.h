@@ -26,13 +26,14 @@ class FuzzedPage {
   // All borrowed; must outlive the page's last call. `step` runs one step of the input.
   FuzzedPage(test_support::FakeBrowser* browser, FuzzInput* input, std::function<void()> step)
       : _input(input), _step(std::move(step)) {
-    const auto function = [this](const test_support::PageArguments&) { return react(); };
-    for (int i = 0; i < 3; ++i) {
-      _objects.push_back(browser->newFunction(function));
+    for (size_t i = 0; i < kFunctions; ++i) {
+      _objects.push_back(
+          browser->newFunction([this, i](const auto& arguments) { return called(i, arguments); }));
     }
     _objects.push_back(browser->newObject());
-    _objects.front()->setMethod("onDrop", function);
+    _objects.front()->setMethod("onDrop", [this](const auto&) { return react(); });
   }
+  virtual ~FuzzedPage() = default;
   FuzzedPage(const FuzzedPage&) = delete;
   FuzzedPage& operator=(const FuzzedPage&) = delete;
 
@@ -48,7 +49,13 @@ class FuzzedPage {
     if (kind > 250 && !text.empty()) {
       text.append(size_t{64} << (kind - 251) * 2, text.front());
     }
-    return text;
+    return fit(text);
+  }
+
+  // A member of the script object's, or nearly one.
+  std::string name() {
+    const size_t index = _input->below(kNames.size() + 1);
+    return index < kNames.size() ? kNames[index] : fit(_input->text());
   }
 
   Value value() {
@@ -86,8 +93,31 @@ class FuzzedPage {
                        [](const NPObject* object) { return object->referenceCount == 1; });
   }
 
+ protected:
+  // What becomes of each text before the page uses it.
+  virtual std::string fit(std::string text) const { return text; }
+
+  static constexpr size_t kFunctions = 3;  // the first ones of the page's objects
+
+  // The module calls the function of that number.
+  virtual std::optional<Value> called(size_t /*function*/, const test_support::PageArguments&) {
+    return react();
+  }
+  size_t numberOf(const NPObject* object) const {
+    return static_cast<size_t>(std::find(_objects.begin(), _objects.end(), object) -
+                               _objects.begin());
+  }
+
  private:
   static constexpr int kDeepestCall = 4;
+  inline static const std::vector<std::string> kNames = wordsOf(
+      "addToDownloadList addToUploadList clearDownloadList clearUploadList pellionHttpRequest "
+      "pellionHttpRequestAsync displayAboutWindow handleDrop initSession queryPellionVersion "
+      "runOpenFileDialog runOpenFileDialogAsync runOpenFolderDialog runOpenFolderDialogAsync "
+      "runSaveFileDialog runSaveFileDialogAsync startDownload startDownloadToPath startUploadToURL "
+      "startListDownloadToPath startListUploadToURL queryVersion name dropObserver eventHandler "
+      "displayTransferManager displayPreferencesWindow queryBrowserEngine queryBuildVersion "
+      "queryPluginVersion nothing");
   inline static const std::vector<std::string> kTexts = wordsOf(
       "true false GET POST /v4/transfers/start {} ^www.orvane.example ^elsewhere.example "
       "/home/u/pick /home/u/pick/below file:///home/u/a %s%n%% "

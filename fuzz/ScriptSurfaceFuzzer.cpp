@@ -9,7 +9,6 @@
 #include "npapi/npfunctions.h"
 #include "ovlib/ovlog.h"
 #include "plugin/src/PlugIn.h"
-#include "tests/support/Sandbox.h"
 
 using namespace test_support;
 using planned_network::Answer;
@@ -20,14 +19,6 @@ extern "C" NPError NP_GetValue(NPP instance, NPPVariable variable, void* value);
 
 namespace {
 
-const std::vector<std::string> kNames = wordsOf(
-    "addToDownloadList addToUploadList clearDownloadList clearUploadList pellionHttpRequest "
-    "pellionHttpRequestAsync displayAboutWindow handleDrop initSession queryPellionVersion "
-    "runOpenFileDialog runOpenFileDialogAsync runOpenFolderDialog runOpenFolderDialogAsync "
-    "runSaveFileDialog runSaveFileDialogAsync startDownload startDownloadToPath startUploadToURL "
-    "startListDownloadToPath startListUploadToURL queryVersion name dropObserver eventHandler "
-    "displayTransferManager displayPreferencesWindow queryBrowserEngine queryBuildVersion "
-    "queryPluginVersion nothing");
 constexpr char kPicture[] = "http://www.orvane.example/picture.png";
 constexpr size_t kMostSteps = 48;
 constexpr size_t kMostInstances = 3;
@@ -43,23 +34,6 @@ NPObject* createObject(NPP instance, NPClass* objectClass) {
   leftBehind.push_back(object);
   return object;
 }
-
-// A home with an application that does nothing. HOME names it.
-class Home : public Sandbox {
- public:
-  Home() {
-    writeUrlFile("http://127.0.0.1:4001/");
-    installApplication("#!/bin/sh\n");
-  }
-
- private:
-  void TestBody() override {}
-};
-
-// A rule of the browser's that the module breaks ends the fuzzer.
-class AbortOnBreach : public testing::EmptyTestEventListener {
-  void OnTestPartResult(const testing::TestPartResult&) override { std::abort(); }
-};
 
 class Session {
  public:
@@ -160,11 +134,6 @@ class Session {
   // Also of instances that have gone.
   NPObject* anyObject() { return _kept[_input->below(_kept.size())]; }
   NPP anyInstance() { return _live.empty() ? nullptr : _live[_input->below(_live.size())]; }
-  std::string anyName() {
-    const size_t index = _input->below(kNames.size() + 1);
-    return index < kNames.size() ? kNames[index] : _input->text();
-  }
-
   void step() {
     if (_steps >= kMostSteps) {
       return;
@@ -189,7 +158,7 @@ class Session {
 
   void stepOfScript(size_t kind) {
     NPObject* const object = anyObject();
-    const std::string name = anyName();
+    const std::string name = _page.name();
     NPIdentifier number = _browser.functions()->getintidentifier(_input->flag());
     NPVariant result;
     VOID_TO_NPVARIANT(result);
@@ -278,14 +247,6 @@ class Session {
 };
 
 }  // namespace
-
-extern "C" int LLVMFuzzerInitialize(int*, char***) {
-  unsetenv("DISPLAY");
-  unsetenv("WAYLAND_DISPLAY");
-  static const Home home;
-  testing::UnitTest::GetInstance()->listeners().Append(new AbortOnBreach);
-  return 0;
-}
 
 void tryInput(FuzzInput input) {
   Session(&input).run();

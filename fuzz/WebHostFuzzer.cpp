@@ -1,6 +1,7 @@
 // What the native messaging host reads of the browser, and of the sites files.
 #include <map>
 #include <optional>
+#include <sstream>
 
 #include "fuzz/FuzzInput.h"
 #include "tools/json/JsonDocument.h"
@@ -118,6 +119,28 @@ void checkOrder(FuzzInput input) {
   }
 }
 
+// A line says one thing, or is complained about; it takes nothing from the others, and only one
+// that begins with the word allows.
+void checkLines(const std::string& text) {
+  const SiteList list(text);
+  std::map<std::string, Leave> said;
+  size_t complaints = 0;
+  std::istringstream lines(text);
+  for (std::string line; std::getline(lines, line);) {
+    const SiteList alone(line);
+    FUZZ_CHECK(alone.entries().size() + alone.complaints().size() <= 1);
+    complaints += alone.complaints().size();
+    for (const SiteList::Entry& entry : alone.entries()) {
+      FUZZ_CHECK(startsWith(line.substr(line.find_first_not_of(" \t\r")), leaveWord(entry.leave)));
+      said[entry.origin] = entry.leave;
+    }
+  }
+  FUZZ_CHECK(list.complaints().size() == complaints && list.entries().size() == said.size());
+  for (const auto& [origin, leave] : said) {
+    FUZZ_CHECK(list.find(origin) == leave);
+  }
+}
+
 // What is set is found again, and nothing else changes.
 void checkSites(const std::string& text, bool allow) {
   const std::string origin = "https://set.example";
@@ -143,6 +166,7 @@ void tryInput(FuzzInput input) {
   checkStream(whole);
   checkMessage(whole);
   checkOrder(input);
+  checkLines(whole);
   checkSites(whole, !whole.empty() && whole[0] % 2 != 0);
   if (const std::optional<std::string> origin = normal(whole)) {
     FUZZ_CHECK(normal(*origin) == origin);

@@ -17,7 +17,7 @@ namespace test_support {
 namespace {
 
 void redirect(const std::string& path, int descriptor) {
-  dup2(open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600), descriptor);
+  dup2(open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_APPEND | O_CLOEXEC, 0600), descriptor);
 }
 
 }  // namespace

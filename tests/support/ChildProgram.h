@@ -8,8 +8,8 @@
 
 namespace test_support {
 
-// Where a program writes to, which may be one file; `largest` is the size in bytes that no file of
-// its may exceed, 0 for none.
+// Where a program writes to, which may be one file, or only its errors do; `largest` is the size in
+// bytes that no file of its may exceed, 0 for none.
 struct ProgramFiles {
   std::string output, errors;
   size_t largest = 0;
@@ -18,10 +18,10 @@ struct ProgramFiles {
 // A program that runs beside the test, and ends with it at the latest.
 class ChildProgram {
  public:
-  // `command` is the program and its arguments. Without files its standard output is read line by
+  // `command` is the program and its arguments. Without a file its standard output is read line by
   // line here, and the end of its standard input asks it to end.
   explicit ChildProgram(const std::vector<std::string>& command, const ProgramFiles& files = {});
-  // Asks it to end, with files by a SIGTERM, and kills it after 20 seconds.
+  // Asks it to end, with a file of its output by a SIGTERM, and kills it after 20 seconds.
   ~ChildProgram();
   ChildProgram(const ChildProgram&) = delete;
   ChildProgram& operator=(const ChildProgram&) = delete;
@@ -29,6 +29,10 @@ class ChildProgram {
   pid_t pid() const { return _pid; }
   // The next line of output, without its end. Throws a runtime error after 20 seconds without one.
   std::string readLine();
+  // The pipes' ends here, for what is no lines; -1 when closed.
+  int input() const { return _input; }
+  int output() const { return _output; }
+  void closeInput();
   // Does nothing once it is known to have ended.
   void signal(int number) const;
   bool hasEnded();
@@ -38,8 +42,6 @@ class ChildProgram {
   int finish();
 
  private:
-  void closeInput();
-
   pid_t _pid;
   int _input;
   int _output;

@@ -1,14 +1,11 @@
 #include "tests/web_host/HostProcess.h"
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <poll.h>
 #include <signal.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstdlib>
-#include <filesystem>
 #include <stdexcept>
 
 #include "tests/support/Sandbox.h"
@@ -18,43 +15,23 @@
 
 namespace test_support {
 
-namespace fs = std::filesystem;
-
-HostProcess::HostProcess(const std::string& errorFile, bool inWindow) : _errorFile(errorFile) {
-  int in[2];
-  int out[2];
-  if (pipe2(in, O_CLOEXEC) != 0 || pipe2(out, O_CLOEXEC) != 0) {
-    throw std::runtime_error("no pipe");
-  }
-  _pid = fork();
-  if (_pid == 0) {
-    dup2(in[0], 0);
-    dup2(out[1], 1);
-    dup2(open(errorFile.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600), 2);
-    if (inWindow) {
-      execl(BROWSER_WINDOW, BROWSER_WINDOW, "Browser", WEB_HOST_PROGRAM, "manifest", nullptr);
-    }
-    execl(WEB_HOST_PROGRAM, WEB_HOST_PROGRAM, "chrome-extension://extension/", nullptr);
-    _exit(127);
-  }
-  close(in[0]);
-  close(out[1]);
-  _input = in[1];
-  _output = out[0];
-}
+HostProcess::HostProcess(const std::string& errorFile, bool inWindow)
+    : _errorFile(errorFile),
+      _program(
+          inWindow
+              ? std::vector<std::string>{BROWSER_WINDOW, "Browser", WEB_HOST_PROGRAM, "manifest"}
+              : std::vector<std::string>{WEB_HOST_PROGRAM, "chrome-extension://extension/"},
+          {"", errorFile}) {}
 
 HostProcess::~HostProcess() {
   closeInput();
-  if (_pid > 0) {
-    wait();
-  }
-  close(_output);
+  wait();
 }
 
 void HostProcess::sendBytes(const std::string& bytes) {
   size_t done = 0;
   while (done < bytes.size()) {
-    const ssize_t size = write(_input, bytes.data() + done, bytes.size() - done);
+    const ssize_t size = write(_program.input(), bytes.data() + done, bytes.size() - done);
     if (size <= 0) {
       throw std::runtime_error("the host does not read");
     }
@@ -77,12 +54,13 @@ std::string HostProcess::receiveFrame() {
   std::string bytes;
   size_t wanted = sizeof(uint32_t);
   while (bytes.size() < wanted) {
-    pollfd watched = {_output, POLLIN, 0};
+    pollfd watched = {_program.output(), POLLIN, 0};
     if (poll(&watched, 1, 20000) <= 0) {
       throw std::runtime_error("no message");
     }
     char buffer[65536];
-    const ssize_t size = read(_output, buffer, std::min(sizeof(buffer), wanted - bytes.size()));
+    const ssize_t size =
+        read(_program.output(), buffer, std::min(sizeof(buffer), wanted - bytes.size()));
     if (size <= 0) {
       return std::string();
     }
@@ -111,26 +89,13 @@ std::string HostProcess::receive() {
   }
 }
 
-void HostProcess::closeInput() {
-  if (_input >= 0) {
-    close(_input);
-    _input = -1;
-  }
-}
-
 int HostProcess::wait() {
-  if (_pid > 0) {
-    int status = 0;
-    if (!waitFor([&] { return waitpid(_pid, &status, WNOHANG) == _pid; })) {
-      kill(_pid, SIGKILL);
-      waitpid(_pid, &status, 0);
-    }
-    _pid = -1;
-    _status = WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
-    const std::string errors = readFile(_errorFile);
-    EXPECT_EQ(errors.find("Sanitizer"), std::string::npos) << errors;
+  if (!waitFor([this] { return _program.hasEnded(); })) {
+    _program.signal(SIGKILL);
   }
-  return _status;
+  const std::string errors = readFile(_errorFile);
+  EXPECT_EQ(errors.find("Sanitizer"), std::string::npos) << errors;
+  return _program.wait();
 }
 
 void addOption(const char* variable, const std::string& option) {

@@ -1,10 +1,9 @@
 #ifndef TESTS_WEB_HOST_HOST_PROCESS_H_
 #define TESTS_WEB_HOST_HOST_PROCESS_H_
 
-#include <sys/types.h>
-
 #include <string>
-#include <vector>
+
+#include "tests/support/ChildProgram.h"
 
 namespace test_support {
 
@@ -29,8 +28,9 @@ class HostProcess {
   // How many frames the last message came in.
   size_t frames() const { return _frames; }
 
-  pid_t pid() const { return _pid; }
-  void closeInput();
+  // -1 once it has ended.
+  pid_t pid() { return _program.hasEnded() ? -1 : _program.pid(); }
+  void closeInput() { _program.closeInput(); }
   // Waits for the end: the exit status, or minus the signal. What a sanitizer says fails the test.
   int wait();
 
@@ -38,11 +38,8 @@ class HostProcess {
   std::string receiveFrame();
 
   const std::string _errorFile;
-  pid_t _pid;
-  int _input;
-  int _output;
+  ChildProgram _program;
   size_t _frames = 0;
-  int _status = -1;
 };
 
 // Adds to a sanitizer's options, when it has any.

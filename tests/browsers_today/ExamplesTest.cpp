@@ -18,6 +18,23 @@ const std::set<std::string> kNeedTheArea = {
     "both-types",      "drop-mode", "drop-allow-multiple", "drop-allow-directories",
     "drop-upload-url", "image",     "dropObserver",        "drop"};
 
+// Downloads once the page is ready, and tells what the page says at the end.
+const char kFirstUser[] = R"(<script src="/checks.js"></script>
+<script>
+  let clicked = false;
+  const look = setInterval(() => {
+    const text = document.querySelector('pre, output').textContent.trim();
+    if (/completed/.test(text)) {
+      clearInterval(look);
+      say(text.split('\n').pop());
+      say('PAGE DONE 0');
+    } else if (!clicked && /app_id|Ready/.test(text)) {
+      clicked = true;
+      document.querySelector('button').click();
+    }
+  }, 50);
+</script>)";
+
 // A page as its author would write it: nothing in it knows that it is a test, but for the lines
 // that take what it prints.
 std::string examplePage(const Example& example, const std::map<std::string, std::string>& given) {
@@ -48,6 +65,18 @@ class ExamplesToday : public BrowserPage {
     }
   }
 
+  // The next example shall find what a new user has.
+  void forget() {
+    endApplication();
+    for (const char* folder : {"Downloads", "received", "picked"}) {
+      fs::remove_all(path(folder));
+    }
+    fs::remove_all(dataPath("var"));
+    fs::create_directories(dataPath("var/log"));
+    fs::create_directories(dataPath("var/run"));
+    docs::writeFiles(home());
+  }
+
  private:
   void runExample(const Example& example) {
     const std::map<std::string, std::string> given = {{"source", address("files/report.pdf")},
@@ -71,18 +100,6 @@ class ExamplesToday : public BrowserPage {
     }
     EXPECT_EQ(docs::difference(example, printed), "");
   }
-
-  // The next example shall find what a new user has.
-  void forget() {
-    endApplication();
-    for (const char* folder : {"Downloads", "received", "picked"}) {
-      fs::remove_all(path(folder));
-    }
-    fs::remove_all(dataPath("var"));
-    fs::create_directories(dataPath("var/log"));
-    fs::create_directories(dataPath("var/run"));
-    docs::writeFiles(home());
-  }
 };
 
 TEST_P(ExamplesToday, ofThePageApiPrintWhatTheySay) {
@@ -92,6 +109,18 @@ TEST_P(ExamplesToday, ofThePageApiPrintWhatTheySay) {
 
 TEST_P(ExamplesToday, ofThePromiseApiPrintWhatTheySay) {
   runExamples(docs::kPromiseApi);
+}
+
+TEST_P(ExamplesToday, letANewUserDownloadAFile) {
+  writeFile(path("files/orvane-web.mjs"), docs::readProjectFile("web/orvane-web.mjs"));
+  for (const char* document : {"docs/page-api.md", docs::kPromiseApi}) {
+    SCOPED_TRACE(document);
+    writeFile(path("files/first.html"), docs::firstPage(document) + kFirstUser);
+    open(address("first.html"));
+    EXPECT_EQ(waitForLine("completed"), "completed " + path("Downloads/GPL-3"));
+    expectDone();
+    forget();
+  }
 }
 
 INSTANTIATE_TEST_SUITE_P(Browsers, ExamplesToday, testing::Values("firefox", "chromium"),

@@ -38,6 +38,12 @@ std::string readProjectFile(const std::string& path) {
   return content;
 }
 
+std::string firstPage(const std::string& document) {
+  const std::string text = readProjectFile(document);
+  const size_t begin = text.find("<!DOCTYPE html>");
+  return text.substr(begin, text.find("```", begin) - begin);
+}
+
 std::vector<Example> readExamples(const std::string& path) {
   // A heading, an "html" block, or a "js" block, which should have a marker.
   static const std::regex part(

@@ -28,6 +28,9 @@ void PrintTo(const Example& example, std::ostream* out);
 // The contents of a file of the project, by its path from the top. Throws when it is not there.
 std::string readProjectFile(const std::string& path);
 
+// The whole page that a document tells its reader to save.
+std::string firstPage(const std::string& document);
+
 // All examples of a page. Throws when a "js" block has no marker or prints nothing.
 std::vector<Example> readExamples(const std::string& path);
 

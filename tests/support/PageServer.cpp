@@ -15,6 +15,7 @@ PageServer::PageServer(const std::string& files, const std::vector<std::string>&
   }
   _server.set_mount_point("/examples", EXAMPLES);
   _server.set_mount_point("/files", files);
+  _server.set_file_extension_and_mimetype_mapping("mjs", "text/javascript");
   _server.set_logger([this](const httplib::Request& request, const httplib::Response&) {
     std::lock_guard<std::mutex> lock(_mutex);
     _requestedPaths.push_back(request.target);

@@ -66,10 +66,7 @@ class ExamplePages : public test_support::WebPage {
 
 // What the documentation tells a new user to save and to open.
 TEST_F(ExamplePages, letANewUserDownloadAFile) {
-  const std::string text = docs::readProjectFile("docs/page-api.md");
-  const size_t begin = text.find("<!DOCTYPE html>");
-  const size_t length = text.find("```", begin) - begin;
-  test_support::writeFile(path("first.html"), text.substr(begin, length));
+  test_support::writeFile(path("first.html"), docs::firstPage("docs/page-api.md"));
   use("file://" + path("first.html?source=") + source());
   expectReceived("Downloads/report.bin");
 }

@@ -28,7 +28,7 @@ export class DocumentLink {
     this.key = port.name;
     this.tabId = /** @type {number} */ (sender.tab?.id);
     this.frameId = sender.frameId;
-    this.origin = originOf(sender);
+    this.origin = this.key.endsWith('.sandboxed') ? 'null' : originOf(sender);
     /** @type {Set<number>} operations whose answers the page stands still for */
     this.awaited = new Set();
     /** @type {Set<number>} the latest operations of that kind, answered or not */
@@ -137,7 +137,7 @@ export class DocumentLink {
 
 /** @param {chrome.runtime.MessageSender} sender */
 function originOf(sender) {
-  // Firefox gives no file an origin; Chromium gives one to those that are not in a sandbox.
+  // Firefox gives no file an origin; the content script says which are in a sandbox.
   if (isFirefox && sender.url?.startsWith('file:')) {
     return 'file://';
   }

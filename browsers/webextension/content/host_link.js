@@ -24,7 +24,8 @@ class HostLink {
     this.lastNumber = 0;
     /** @type {Map<number, (answer: Answer) => void>} */
     this.pending = new Map();
-    this.key = [...crypto.getRandomValues(new Uint32Array(4))].map((part) => part.toString(36)).join('.');
+    const secret = [...crypto.getRandomValues(new Uint32Array(4))].map((part) => part.toString(36));
+    this.key = secret.concat(isSandboxedFile() ? 'sandboxed' : []).join('.');
     /** @type {chrome.runtime.Port | null} */
     this.port = null;
     try {

@@ -179,7 +179,7 @@ class DocumentPlugins {
   /** For the page of the toolbar's button. */
   summary() {
     return {
-      origin: location.protocol === 'file:' ? 'file://' : self.origin,
+      origin: location.protocol === 'file:' && !isSandboxedFile() ? 'file://' : self.origin,
       elements: this.begun.size,
       complaint: [...this.begun.values()].map(({ area }) => area.complaint).find(Boolean) ?? '',
     };

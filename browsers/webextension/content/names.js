@@ -39,6 +39,18 @@ const extension = /** @type {any} */ (globalThis).browser ?? chrome;
 
 const isFirefox = extension.runtime.getURL('').startsWith('moz-extension:');
 
+/**
+ * Whether the document is a file whose origin a sandbox has taken. The browser's word of where it is from does not
+ * tell in Firefox, which gives no file an origin; cookies are refused to no other file.
+ */
+function isSandboxedFile() {
+  try {
+    return location.protocol === 'file:' && typeof document.cookie !== 'string';
+  } catch {
+    return true;
+  }
+}
+
 const sentences = {
   updated: 'Orvane Web: the extension has been updated or switched off. Reload the page.',
   hostGone: 'Orvane Web: the program beside the browser has ended. Reload the page.',

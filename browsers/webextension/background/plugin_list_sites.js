@@ -1,17 +1,26 @@
 import { extension } from './extension.js';
 
+/** One change at a time: several documents of a site may be told of it at once. */
+let changes = Promise.resolve();
+
 /**
  * Where pages find the plugin in the browser's list of plugins: on the sites that the user has allowed. The
  * browser keeps these scripts, so that a page finds it before it has an element.
  * @param {string} origin
  * @param {string} leave
  */
-export async function noteLeave(origin, leave) {
+export function noteLeave(origin, leave) {
+  changes = changes.then(() => change(origin, leave)).catch((error) => console.warn(error));
+}
+
+/** @param {string} origin @param {string} leave */
+async function change(origin, leave) {
   const pattern = patternOf(origin);
   if (pattern === null) {
     return;
   }
-  const ids = [`plugin-list ${pattern}`];
+  // Of the origin, since another port's refusal takes nothing away from this one.
+  const ids = [`plugin-list ${origin}`];
   const registered = (await extension.scripting.getRegisteredContentScripts({ ids })).length > 0;
   if (leave === 'allow' && !registered) {
     await extension.scripting.registerContentScripts([{

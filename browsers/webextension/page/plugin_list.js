@@ -5,6 +5,9 @@
 (() => {
   const type = 'application/x-orvane-web';
   const description = { name: 'Orvane Web', description: 'Orvane NPAPI plugin', filename: 'nporvaneweb.so' };
+  if (navigator.plugins.namedItem(description.name) !== null) {
+    return;  // this script is there once for each allowed port of the host
+  }
 
   /**
    * An object of the browser's own kind, with members of ours that hide the inherited ones.

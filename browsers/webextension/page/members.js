@@ -90,8 +90,13 @@
     }
   }
 
-  /** @type {(element: any, name: string, args: any[], way?: string) => any} */
+  /**
+   * Asks for the element first, whose beginning may make the page forget what a lost host held: no argument may be
+   * mentioned before.
+   * @type {(element: any, name: string, args: any[], way?: string) => any}
+   */
   function callMethod(element, name, args, way = '"call"') {
+    isOurs(element);
     /** @type {PageMentions} */
     const mentions = { last: null };
     return demand(element, '[' + way + ',' + stringify('' + name) + ',' + encodeAll(args, mentions) + ']', mentions);
@@ -103,6 +108,7 @@
 
   /** @type {(element: any, name: string, value: any, way?: string) => any} */
   function setProperty(element, name, value, way = '"set"') {
+    isOurs(element);
     /** @type {PageMentions} */
     const mentions = { last: null };
     demand(element, '[' + way + ',' + stringify('' + name) + ',' + encode(value, mentions) + ']', mentions);

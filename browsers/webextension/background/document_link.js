@@ -55,6 +55,7 @@ export class DocumentLink {
   /** @param {any} message from the content script */
   relay(message) {
     if ('taken' in message) {
+      this.awaited.delete(message.taken);  // an answer that is still to come is nobody's
       this.way.taken(this, message.taken);
     } else if ('skip' in message) {
       // The host takes each number once, and may have this one: its answer can be lost behind it.

@@ -33,6 +33,10 @@ install(FILES ${generated}/chromium/manifest.json
   DESTINATION ${CMAKE_INSTALL_DATADIR}/webext/orvane-web-chromium COMPONENT extension)
 configure_file(orvane-web-register.in ${generated}/orvane-web-register @ONLY
   FILE_PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
+# People start the host program too, to allow sites.
+file(RELATIVE_PATH host ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBEXECDIR}/orvane-web-host)
+file(CREATE_LINK ${host} ${generated}/orvane-web-host SYMBOLIC)
+install(FILES ${generated}/orvane-web-host DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT extension)
 install(PROGRAMS ${generated}/orvane-web-register DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT extension)
 install(FILES ${PROJECT_SOURCE_DIR}/docs/man/orvane-web-host.1 ${PROJECT_SOURCE_DIR}/docs/man/orvane-web-register.1
   DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT extension)

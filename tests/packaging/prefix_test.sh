@@ -37,6 +37,7 @@ start_display
 export MOZ_PLUGIN_PATH="$prefix/lib/mozilla/plugins"
 try_out "$prefix"
 
+"$prefix/bin/orvane-web-host" --version | grep -q '^orvane-web-host ' || fail "people cannot start the host program"
 # One user's browsers are told of it, and no more after that.
 export XDG_CONFIG_HOME="$home/settings"
 mkdir -p "$home/.mozilla" "$XDG_CONFIG_HOME"

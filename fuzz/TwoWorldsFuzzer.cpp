@@ -74,8 +74,7 @@ class OldWorld : public FuzzedPage {
     const size_t kind = _input->below(12);
     std::string members = _elements.count(_element) == 0 ? make()
                           : kind == 0                    ? end(_element)
-                          : kind == 1                    ? get()
-                          : kind < 4                     ? set()
+                          : kind < 4                     ? access(kind == 1)
                                                          : call();
     return {R"({"n":)" + std::to_string(_number) + R"(,"element":)" + std::to_string(_element) +
                 "," + members + "}",
@@ -151,8 +150,7 @@ class OldWorld : public FuzzedPage {
     const std::string capacity = upToZero(text());
     NPP instance = _browser->createInstance(
         _plugin, {{"pellion-launch-wait-timeout-ms", "0"}, {"link-capacity", capacity.c_str()}});
-    NPWindow area = {};  // there is no display
-    area.type = NPWindowTypeDrawable;
+    NPWindow area = {nullptr, 0, 0, 1, 1, {}, nullptr, NPWindowTypeDrawable};  // without a display
     _plugin.setwindow(instance, &area);
     _elements[_element] = {instance, _browser->scriptObject(_plugin, instance)};
     answer("");
@@ -169,20 +167,19 @@ class OldWorld : public FuzzedPage {
     return R"("op":"end")";
   }
 
-  std::string get() {
-    const std::string property = name();
+  std::string access(bool reads) {
     NPObject* const object = _elements.at(_element).object;
-    const bool there = _browser->hasProperty(object, property);
-    answer(there ? _browser->getProperty(object, property) : Undefined(), "getting property");
-    return R"("op":"get","name":)" + quoted(property);
-  }
-
-  std::string set() {
     const std::string property = name();
+    const std::string members = R"(,"name":)" + quoted(property);
+    if (reads) {
+      const bool there = _browser->hasProperty(object, property);
+      answer(there ? _browser->getProperty(object, property) : Undefined(), "");
+      return R"("op":"get")" + members;
+    }
     const Value given = value();
-    const bool done = _browser->setProperty(_elements.at(_element).object, property, given);
+    const bool done = _browser->setProperty(object, property, given);
     answer(done ? std::optional<Value>(Undefined()) : std::nullopt, "setting property");
-    return R"("op":"set","name":)" + quoted(property) + R"(,"value":)" + json(given, true);
+    return R"("op":"set")" + members + R"(,"value":)" + json(given, true);
   }
 
   std::string call() {
@@ -213,22 +210,18 @@ class OldWorld : public FuzzedPage {
 // The host's end of the page.
 class NewWorld {
  public:
-  NewWorld() : _page(hello(), [this](const std::string& text) { hear(text); }) {}
-
   void check(const Exchange& exchange) {
-    using web_host::Elements;
-    using Kind = web_host::Operation::Kind;
-    static const std::map<Kind, std::string (Elements::*)(const web_host::Operation&)> kWays = {
-        {Kind::kMake, &Elements::make}, {Kind::kEnd, &Elements::end},
-        {Kind::kGet, &Elements::get},   {Kind::kSet, &Elements::set},
-        {Kind::kCall, &Elements::call},
-    };
     const auto operation = web_host::readOperation(json::JsonDocument(exchange.operation).root());
     for (const web_host::Value& value : operation.values) {
       _mentions += value.kind == web_host::Value::Kind::kObject ? 1 : 0;
     }
     _told.clear();
-    _told.push_back((_elements.*kWays.at(operation.kind))(operation));
+    using Kind = web_host::Operation::Kind;
+    _told.push_back(operation.kind == Kind::kMake  ? _elements.make(operation)
+                    : operation.kind == Kind::kEnd ? _elements.end(operation)
+                    : operation.kind == Kind::kGet ? _elements.get(operation)
+                    : operation.kind == Kind::kSet ? _elements.set(operation)
+                                                   : _elements.call(operation));
     turnUntil([&] { return _told.size() >= exchange.told.size(); });
     for (size_t i = 0; i < _told.size() && _told != exchange.told; ++i) {
       std::fprintf(stderr, "%s\nhost: %s\nnot:  %s\n", exchange.operation.c_str(), _told[i].c_str(),
@@ -245,14 +238,6 @@ class NewWorld {
   }
 
  private:
-  static web_host::Hello hello() {
-    web_host::Hello hello;
-    hello.origin = "http://www.orvane.example";
-    hello.address = hello.origin + "/page.html";
-    hello.agent = kAgent;
-    return hello;
-  }
-
   void hear(const std::string& text) {
     const std::string key = R"("mentions":)";
     if (startsWith(text, R"({"tell":"release")")) {
@@ -265,7 +250,9 @@ class NewWorld {
   int _mentions = 0;  // that the host has not settled
   std::vector<std::string> _told;
   web_host::Desktop _desktop;
-  web_host::RemotePage _page;
+  web_host::RemotePage _page{
+      {"http://www.orvane.example", "http://www.orvane.example/page.html", kAgent, "", ""},
+      [this](const std::string& text) { hear(text); }};
   web_host::Areas _areas{&_desktop, "", [](npapi_host::Owner, bool) {}};
   web_host::Elements _elements{&_page, &_areas};
 };

@@ -19,10 +19,7 @@ static uint32_t sizeOrUnknown(int64_t number) {
 
 Fetch::Fetch(const std::string& address, const std::string& userAgent,
              std::function<void()> changed)
-    : _address(address),
-      _userAgent(userAgent),
-      _changed(std::move(changed)),
-      _multi(curl_multi_init()) {
+    : _address(address), _userAgent(userAgent), _changed(std::move(changed)) {
   _thread = std::thread(&Fetch::run, this);
 }
 
@@ -30,11 +27,12 @@ Fetch::~Fetch() {
   {
     std::lock_guard<std::mutex> lock(_mutex);
     _cancelled = true;
+    if (_multi != nullptr) {
+      CurlLibrary::get()->multiWakeup(_multi);
+    }
   }
   _room.notify_all();
-  curl_multi_wakeup(_multi);
   _thread.join();
-  curl_multi_cleanup(_multi);
 }
 
 bool Fetch::head(FetchHead* head) const {
@@ -73,12 +71,7 @@ void Fetch::run() {
   } else if (scheme == "file") {
     good = readFile();
   } else {
-    _easy = curl_easy_init();
-    good = transfer(_easy);
-    if (good) {
-      publishHead(_easy);
-    }
-    curl_easy_cleanup(_easy);
+    good = fetch();
   }
   {
     std::lock_guard<std::mutex> lock(_mutex);
@@ -122,42 +115,67 @@ bool Fetch::readFile() {
   return count == 0;
 }
 
-void Fetch::setUp(CURL* easy) {
-  curl_easy_setopt(easy, CURLOPT_URL, _address.c_str());
-  curl_easy_setopt(easy, CURLOPT_USERAGENT, _userAgent.c_str());
-  curl_easy_setopt(easy, CURLOPT_PROTOCOLS_STR, "http,https");
-  curl_easy_setopt(easy, CURLOPT_REDIR_PROTOCOLS_STR, "http,https");
-  curl_easy_setopt(easy, CURLOPT_FOLLOWLOCATION, 1L);
-  curl_easy_setopt(easy, CURLOPT_MAXREDIRS, 20L);
-  curl_easy_setopt(easy, CURLOPT_NOSIGNAL, 1L);
-  curl_easy_setopt(easy, CURLOPT_QUICK_EXIT, 1L);  // nobody waits for a name server
-  curl_easy_setopt(easy, CURLOPT_FILETIME, 1L);
-  curl_easy_setopt(easy, CURLOPT_WRITEFUNCTION, receive);
-  curl_easy_setopt(easy, CURLOPT_WRITEDATA, this);
-  curl_easy_setopt(easy, CURLOPT_HEADERFUNCTION, receiveHeader);
-  curl_easy_setopt(easy, CURLOPT_HEADERDATA, this);
+bool Fetch::fetch() {
+  const CurlLibrary* curl = CurlLibrary::get();
+  if (curl == nullptr) {
+    return false;
+  }
+  setMulti(curl->multiInit());
+  _easy = curl->easyInit();
+  const bool good = transfer(*curl, _easy);
+  if (good) {
+    publishHead(_easy);
+  }
+  curl->easyCleanup(_easy);
+  CURLM* multi = _multi;
+  setMulti(nullptr);
+  curl->multiCleanup(multi);
+  return good;
 }
 
-bool Fetch::transfer(CURL* easy) {
-  setUp(easy);
-  curl_multi_add_handle(_multi, easy);
+void Fetch::setMulti(CURLM* multi) {
+  std::lock_guard<std::mutex> lock(_mutex);
+  _multi = multi;
+}
+
+bool Fetch::cancelled() const {
+  std::lock_guard<std::mutex> lock(_mutex);
+  return _cancelled;
+}
+
+void Fetch::setUp(const CurlLibrary& curl, CURL* easy) {
+  curl.easySetopt(easy, CURLOPT_URL, _address.c_str());
+  curl.easySetopt(easy, CURLOPT_USERAGENT, _userAgent.c_str());
+  curl.easySetopt(easy, CURLOPT_PROTOCOLS_STR, "http,https");
+  curl.easySetopt(easy, CURLOPT_REDIR_PROTOCOLS_STR, "http,https");
+  curl.easySetopt(easy, CURLOPT_FOLLOWLOCATION, 1L);
+  curl.easySetopt(easy, CURLOPT_MAXREDIRS, 20L);
+  curl.easySetopt(easy, CURLOPT_NOSIGNAL, 1L);
+  curl.easySetopt(easy, CURLOPT_QUICK_EXIT, 1L);  // nobody waits for a name server
+  curl.easySetopt(easy, CURLOPT_FILETIME, 1L);
+  curl.easySetopt(easy, CURLOPT_WRITEFUNCTION, receive);
+  curl.easySetopt(easy, CURLOPT_WRITEDATA, this);
+  curl.easySetopt(easy, CURLOPT_HEADERFUNCTION, receiveHeader);
+  curl.easySetopt(easy, CURLOPT_HEADERDATA, this);
+}
+
+bool Fetch::transfer(const CurlLibrary& curl, CURL* easy) {
+  setUp(curl, easy);
+  curl.multiAddHandle(_multi, easy);
   int running = 1;
   CURLMcode code = CURLM_OK;
-  bool cancelled = false;
-  while (code == CURLM_OK && !cancelled) {
-    code = curl_multi_perform(_multi, &running);
+  while (code == CURLM_OK && !cancelled()) {
+    code = curl.multiPerform(_multi, &running);
     if (running == 0) {
       break;
     }
-    curl_multi_poll(_multi, nullptr, 0, 1000, nullptr);
-    std::lock_guard<std::mutex> lock(_mutex);
-    cancelled = _cancelled;
+    curl.multiPoll(_multi, nullptr, 0, 1000, nullptr);
   }
   int left = 0;
-  const CURLMsg* message = curl_multi_info_read(_multi, &left);
+  const CURLMsg* message = curl.multiInfoRead(_multi, &left);
   const bool good =
       message != nullptr && message->msg == CURLMSG_DONE && message->data.result == CURLE_OK;
-  curl_multi_remove_handle(_multi, easy);
+  curl.multiRemoveHandle(_multi, easy);
   return good;
 }
 
@@ -179,18 +197,19 @@ size_t Fetch::receive(char* bytes, size_t size, size_t count, void* self) {
 }
 
 void Fetch::publishHead(CURL* easy) {
+  const CurlLibrary& curl = *CurlLibrary::get();
   FetchHead head;
   const char* type = nullptr;
   const char* address = nullptr;
   long redirections = 0;
   curl_off_t length = -1;
   curl_off_t modified = -1;
-  curl_easy_getinfo(easy, CURLINFO_CONTENT_TYPE, &type);
-  curl_easy_getinfo(easy, CURLINFO_RESPONSE_CODE, &head.status);
-  curl_easy_getinfo(easy, CURLINFO_REDIRECT_COUNT, &redirections);
-  curl_easy_getinfo(easy, CURLINFO_EFFECTIVE_URL, &address);
-  curl_easy_getinfo(easy, CURLINFO_CONTENT_LENGTH_DOWNLOAD_T, &length);
-  curl_easy_getinfo(easy, CURLINFO_FILETIME_T, &modified);
+  curl.easyGetinfo(easy, CURLINFO_CONTENT_TYPE, &type);
+  curl.easyGetinfo(easy, CURLINFO_RESPONSE_CODE, &head.status);
+  curl.easyGetinfo(easy, CURLINFO_REDIRECT_COUNT, &redirections);
+  curl.easyGetinfo(easy, CURLINFO_EFFECTIVE_URL, &address);
+  curl.easyGetinfo(easy, CURLINFO_CONTENT_LENGTH_DOWNLOAD_T, &length);
+  curl.easyGetinfo(easy, CURLINFO_FILETIME_T, &modified);
   head.address = redirections > 0 && address != nullptr ? address : _address;
   head.type = type != nullptr ? type : typeOfFile(_address);
   head.type = head.type.substr(0, head.type.find(';'));

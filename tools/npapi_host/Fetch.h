@@ -1,14 +1,14 @@
 #ifndef TOOLS_NPAPI_HOST_FETCH_H_
 #define TOOLS_NPAPI_HOST_FETCH_H_
 
-#include <curl/curl.h>
-
 #include <condition_variable>
 #include <cstdint>
 #include <functional>
 #include <mutex>
 #include <string>
 #include <thread>
+
+#include "tools/npapi_host/CurlLibrary.h"
 
 namespace npapi_host {
 
@@ -48,8 +48,11 @@ class Fetch {
   void run();
   bool decodeData();
   bool readFile();
-  bool transfer(CURL* easy);
-  void setUp(CURL* easy);
+  bool fetch();
+  bool transfer(const CurlLibrary& curl, CURL* easy);
+  void setUp(const CurlLibrary& curl, CURL* easy);
+  void setMulti(CURLM* multi);
+  bool cancelled() const;
   void publishHead(CURL* easy);
   void publish(const FetchHead& head);
   bool store(const char* bytes, size_t size);
@@ -57,7 +60,6 @@ class Fetch {
   const std::string _address;
   const std::string _userAgent;
   const std::function<void()> _changed;
-  CURLM* _multi;
   CURL* _easy = nullptr;  // the transfer thread's
   std::string _headers;   // the transfer thread's
 
@@ -69,6 +71,7 @@ class Fetch {
   bool _ended = false;
   bool _failed = false;
   bool _cancelled = false;
+  CURLM* _multi = nullptr;  // set and read by the transfer thread; to wake it
   std::string _bytes;
 
   std::thread _thread;

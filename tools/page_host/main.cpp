@@ -1,5 +1,3 @@
-#include <curl/curl.h>
-
 #include <memory>
 
 #include "tools/npapi_host/WindowProcess.h"
@@ -23,12 +21,6 @@ int main(int argc, char** argv) {
     case page_host::ParseResult::kRun:
       break;
   }
-  curl_global_init(CURL_GLOBAL_DEFAULT);
-  int code;
-  {
-    page_host::Page page(options);
-    code = page.run();
-  }
-  curl_global_cleanup();
-  return code;
+  page_host::Page page(options);
+  return page.run();
 }

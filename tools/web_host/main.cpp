@@ -1,4 +1,3 @@
-#include <curl/curl.h>
 #include <glib.h>
 #include <unistd.h>
 
@@ -22,14 +21,8 @@ static void goHome() {
 static int serveBrowser() {
   const web_host::Channel channel = web_host::takeChannel();
   goHome();
-  curl_global_init(CURL_GLOBAL_DEFAULT);
-  int code;
-  {
-    web_host::WebHost host(channel);
-    code = host.run();
-  }
-  curl_global_cleanup();
-  return code;
+  web_host::WebHost host(channel);
+  return host.run();
 }
 
 int main(int argc, char** argv) {

@@ -252,6 +252,7 @@ class NewWorld {
   web_host::Desktop _desktop;
   web_host::RemotePage _page{
       {"http://www.orvane.example", "http://www.orvane.example/page.html", kAgent, "", ""},
+      [this](const std::string& text) { hear(text); },
       [this](const std::string& text) { hear(text); }};
   web_host::Areas _areas{&_desktop, "", [](npapi_host::Owner, bool) {}};
   web_host::Elements _elements{&_page, &_areas};

@@ -10,6 +10,7 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <functional>
 #include <string>
 #include <thread>
 
@@ -36,7 +37,16 @@ std::string jsonOf(size_t size) {
   return text + "\"}";
 }
 
+// No thread but the server's own: a change of threads takes as long as an answer.
+class InTurn : public httplib::TaskQueue {
+ public:
+  void enqueue(std::function<void()> task) override { task(); }
+  void shutdown() override {}
+};
+
 void serve(httplib::Server& server) {
+  server.new_task_queue = [] { return new InTurn(); };
+  server.set_keep_alive_max_count(1);
   const auto idle = [](const httplib::Request&, httplib::Response& response) {
     response.set_content(R"({"iteration_token":"1","transfers":[]})", "application/json");
   };

@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 #include <signal.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <memory>
@@ -183,6 +184,40 @@ TEST_F(Conversation, bringsCallbacksAndEventsFromTheApplicationItLaunches) {
   EXPECT_THAT(_host->wait(), AnyOf(0, 124));  // its poller may sleep for a second
   const std::string pid = readFile(dataPath("var/run/process.pid"));
   EXPECT_EQ(kill(std::stoi(pid), 0), 0) << "the application ended with the host";
+}
+
+// To a browser that takes several messages in one, what nobody waits for goes along with the next
+// message.
+TEST_F(Conversation, joinsWhatNobodyWaitsFor) {
+  const ScriptedServer server(
+      [](int connection, const std::string&, size_t) { sendAll(connection, httpResponse("{}")); });
+  writeUrlFile(server.port());
+  _host->send(
+      R"({"hello":1,"origin":"https://a.example","address":"https://a.example/","agent":"",)"
+      R"("browser":"","version":"","together":true})");
+  _host->send(makeElement());
+  std::string told;
+  const auto hear = [&](const std::string& text) {
+    while (told.find(text) == std::string::npos) {
+      told += _host->receive() + "\n";
+    }
+  };
+  std::vector<std::string> all;
+  for (int i = 2; i < 20; ++i) {
+    const std::string n = std::to_string(i);
+    _host->send(R"({"n":)" + n + R"(,"op":"call","later":true,"element":1,)" +
+                R"("name":"pellionHttpRequestAsync","args":["GET","/x","",)" +
+                R"({"v":"object","id":)" + n + R"(,"callable":true}]})");
+    all.insert(all.end(), {R"({"answer":)" + n + R"(,"value":null})",
+                           R"({"tell":"call","element":1,"object":)" + n + R"(,"args":["{}"]})",
+                           R"({"tell":"release","object":)" + n + R"(,"mentions":1})"});
+    hear(all.end()[-2]);
+  }
+  std::for_each(all.begin(), all.end(), hear);
+  EXPECT_THAT(told, HasSubstr(R"({"together":[{)"));
+  for (const std::string& each : all) {
+    EXPECT_EQ(told.find(each), told.rfind(each)) << each;
+  }
 }
 
 TEST_F(Conversation, sendsWhatIsLargeInPieces) {

@@ -4,8 +4,8 @@
 #include <poll.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
-#include <chrono>
 #include <cstring>
 #include <stdexcept>
 #include <utility>
@@ -49,11 +49,65 @@ void FrameWriter::write(const std::string& message) {
     if (_broken) {
       return;
     }
-    for (const std::string& piece : piecesOf(message, ++_lastId)) {
-      _frames.push_back(frameOf(piece));
+    _held.push_back(message);
+    takeHeld();
+    writeAtOnce();
+    if (_frames.empty()) {
+      return;
     }
   }
   _changed.notify_one();
+}
+
+// With the lock held. What does not go without waiting is left to the thread.
+void FrameWriter::writeAtOnce() {
+  while (!_writing && !_frames.empty()) {
+    std::string& frame = _frames.front();
+    const ssize_t size = ::write(_output, frame.data(), frame.size());
+    if (size < static_cast<ssize_t>(frame.size())) {
+      frame.erase(0, static_cast<size_t>(std::max<ssize_t>(size, 0)));
+      return;
+    }
+    _frames.pop_front();
+  }
+}
+
+void FrameWriter::writeSoon(const std::string& message, std::chrono::milliseconds longest) {
+  if (!_joins) {
+    return write(message);
+  }
+  {
+    std::lock_guard<std::mutex> lock(_mutex);
+    if (_broken) {
+      return;
+    }
+    const Clock::time_point until = Clock::now() + longest;
+    const bool sooner = _held.empty() || until < _heldUntil;
+    _held.push_back(message);
+    if (!sooner) {
+      return;
+    }
+    _heldUntil = until;
+  }
+  _changed.notify_one();
+}
+
+// With the lock held.
+void FrameWriter::takeHeld() {
+  const std::string joined = togetherOf(_held);
+  if (_held.size() > 1 && joined.size() <= kLargestMessage) {
+    add(joined);
+  } else {
+    std::for_each(_held.begin(), _held.end(), [this](const std::string& each) { add(each); });
+  }
+  _held.clear();
+}
+
+// With the lock held.
+void FrameWriter::add(const std::string& message) {
+  for (const std::string& piece : piecesOf(message, ++_lastId)) {
+    _frames.push_back(frameOf(piece));
+  }
 }
 
 // Once finish() has been called, a browser that does not read is not waited for long.
@@ -78,18 +132,35 @@ bool FrameWriter::writeAll(const std::string& frame) {
   return true;
 }
 
+// Returns with none at the end.
+void FrameWriter::waitForFrames(std::unique_lock<std::mutex>& lock) {
+  while (_frames.empty() && !_finishing) {
+    if (_held.empty()) {
+      _changed.wait(lock);
+    } else if (_changed.wait_until(lock, _heldUntil) == std::cv_status::timeout) {
+      takeHeld();
+    }
+  }
+  if (_frames.empty()) {
+    takeHeld();
+  }
+}
+
 void FrameWriter::run() {
   for (;;) {
     std::unique_lock<std::mutex> lock(_mutex);
-    _changed.wait(lock, [this] { return _finishing || !_frames.empty(); });
+    waitForFrames(lock);
     if (_frames.empty()) {
       return;
     }
     const std::string frame = std::move(_frames.front());
     _frames.pop_front();
+    _writing = true;
     lock.unlock();
-    if (!writeAll(frame)) {
-      lock.lock();
+    const bool written = writeAll(frame);
+    lock.lock();
+    _writing = false;
+    if (!written) {
       _broken = true;
       _frames.clear();
       return;

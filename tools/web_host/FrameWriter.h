@@ -1,16 +1,20 @@
 #ifndef TOOLS_WEB_HOST_FRAME_WRITER_H_
 #define TOOLS_WEB_HOST_FRAME_WRITER_H_
 
+#include <chrono>
 #include <condition_variable>
+#include <cstdint>
 #include <deque>
 #include <mutex>
 #include <string>
 #include <thread>
+#include <vector>
 
 namespace web_host {
 
-// Writes messages on a thread of its own, in order; a browser that does not read keeps nobody
-// waiting. What cannot be written is dropped: the reader hears of the browser's end.
+// Writes messages in order: at once as far as the browser reads, the rest on a thread of its own,
+// so that a browser that does not read keeps nobody waiting. What cannot be written is dropped: the
+// reader hears of the browser's end.
 class FrameWriter {
  public:
   // The descriptor stays open.
@@ -20,21 +24,38 @@ class FrameWriter {
   FrameWriter(const FrameWriter&) = delete;
   FrameWriter& operator=(const FrameWriter&) = delete;
 
+  // The browser's end takes several messages in one frame: each frame costs it some half a
+  // millisecond.
+  void joinMessages() { _joins = true; }
   // Main thread: a message of JSON, in pieces when it is large.
   void write(const std::string& message);
+  // The same for a message that nobody waits for: it goes before the next one, in one frame with
+  // it, or alone after `longest`.
+  void writeSoon(const std::string& message, std::chrono::milliseconds longest);
   // Gives what is left half a second, and ends the thread.
   void finish();
 
  private:
+  using Clock = std::chrono::steady_clock;
+
   void run();
+  void waitForFrames(std::unique_lock<std::mutex>& lock);
+  void takeHeld();
+  void add(const std::string& message);
+  void writeAtOnce();
   bool writeAll(const std::string& frame);
 
   const int _output;
-  uint64_t _lastId = 0;
+  bool _joins = false;
   int _stop[2];
   std::mutex _mutex;
   std::condition_variable _changed;
-  std::deque<std::string> _frames;  // guarded by _mutex, as the next
+  // Guarded by _mutex:
+  uint64_t _lastId = 0;
+  std::vector<std::string> _held;  // before all that is written later
+  Clock::time_point _heldUntil;
+  std::deque<std::string> _frames;
+  bool _writing = false;  // the thread is, without the lock
   bool _finishing = false;
   bool _broken = false;  // nothing can be written any more
   std::thread _thread;

@@ -189,6 +189,7 @@ void readMake(const JsonValue& node, Operation* operation) {
 
 void readCall(const JsonValue& node, Operation* operation) {
   operation->name = stringOf(node, "name");
+  operation->later = isTrue(node, "later");
   const JsonValue& args = memberOf(node, "args", Kind::kArray, "an array");
   for (const JsonValue& arg : args.items) {
     operation->values.push_back(readValue(arg));
@@ -281,6 +282,7 @@ Hello readHello(const JsonValue& message) {
   hello.version = stringOf(message, "version");
   hello.isPrivate = isTrue(message, "private");
   hello.isPage = truthOf(message, "page", true);
+  hello.together = isTrue(message, "together");
   return hello;
 }
 

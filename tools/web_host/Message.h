@@ -27,7 +27,8 @@ struct Hello {
   std::string browser;
   std::string version;  // the extension's
   bool isPrivate = false;
-  bool isPage = true;  // false: the extension's own, which asks for the state
+  bool isPage = true;     // false: the extension's own, which asks for the state
+  bool together = false;  // it takes several messages in one
 };
 
 // A value that the page passes.
@@ -64,8 +65,9 @@ struct Operation {
   uint64_t number = 0;  // its place in the page's order, from 1
   Kind kind = Kind::kWrong;
   uint64_t element = 0;
-  std::string name;                                         // of a method or property
-  std::vector<Value> values;                                // the arguments, or the one value
+  std::string name;           // of a method or property
+  bool later = false;         // a call whose answer nobody stands still for
+  std::vector<Value> values;  // the arguments, or the one value
   std::vector<std::pair<std::string, std::string>> params;  // of the new element
   int width = 0;                                            // CSS pixels, at most 65535
   int height = 0;

@@ -55,4 +55,12 @@ std::vector<std::string> piecesOf(const std::string& message, uint64_t id) {
   return pieces;
 }
 
+std::string togetherOf(const std::vector<std::string>& messages) {
+  std::string text = "{\"together\":[";
+  for (const std::string& message : messages) {
+    text += (&message == &messages.front() ? "" : ",") + message;
+  }
+  return text + "]}";
+}
+
 }  // namespace web_host

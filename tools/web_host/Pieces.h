@@ -15,6 +15,9 @@ static constexpr size_t kLargestMessage = 900'000;
 // kLargestMessage. `id` tells the pieces of different messages apart.
 std::vector<std::string> piecesOf(const std::string& message, uint64_t id);
 
+// One message that holds several, for browsers whose end takes that.
+std::string togetherOf(const std::vector<std::string>& messages);
+
 }  // namespace web_host
 
 #endif  // TOOLS_WEB_HOST_PIECES_H_

@@ -65,8 +65,11 @@ std::map<std::string, std::string> locationOf(const std::string& address,
   return location;
 }
 
-RemotePage::RemotePage(const Hello& hello, std::function<void(const std::string&)> send)
-    : _hello(hello), _send(std::move(send)), _location(locationOf(hello.address, hello.origin)) {
+RemotePage::RemotePage(const Hello& hello, Send send, Send sendSoon)
+    : _hello(hello),
+      _send(std::move(send)),
+      _sendSoon(std::move(sendSoon)),
+      _location(locationOf(hello.address, hello.origin)) {
   thePage = this;
 }
 
@@ -136,7 +139,7 @@ void RemotePage::releaseLater(uint64_t object) {
 void RemotePage::releaseUnused(uint64_t object) {
   const auto found = _objects.find(object);
   if (found != _objects.end() && found->second.holds == 0) {
-    _send(releaseTell(object, found->second.mentions));
+    _sendSoon(releaseTell(object, found->second.mentions));
     _objects.erase(found);
   }
 }

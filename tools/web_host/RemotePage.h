@@ -15,8 +15,10 @@ namespace web_host {
 // here; calls of them are told to the page and answered at once. Main thread only.
 class RemotePage : public npapi_host::PageSide {
  public:
-  // `send` takes messages to the browser.
-  RemotePage(const Hello& hello, std::function<void(const std::string&)> send);
+  using Send = std::function<void(const std::string&)>;
+
+  // `send` takes messages to the browser; `sendSoon` those that may wait for others to go along.
+  RemotePage(const Hello& hello, Send send, Send sendSoon);
   ~RemotePage() override;
   RemotePage(const RemotePage&) = delete;
   RemotePage& operator=(const RemotePage&) = delete;
@@ -68,7 +70,8 @@ class RemotePage : public npapi_host::PageSide {
   uint64_t elementOf(npapi_host::Owner owner) const;
 
   const Hello _hello;
-  const std::function<void(const std::string&)> _send;
+  const Send _send;
+  const Send _sendSoon;
   std::map<std::string, std::string> _location;  // window.location, by property
   std::map<uint64_t, Known> _objects;
   std::map<npapi_host::Owner, uint64_t> _elements;

@@ -16,6 +16,11 @@ namespace web_host {
 
 using npapi_host::MainLoop;
 
+// How long what a page does not wait for may wait for company: word that an object is no more held,
+// and that a request is queued, which its callback mostly follows at once.
+static constexpr std::chrono::milliseconds kReleaseSoon(100);
+static constexpr std::chrono::milliseconds kQueuedSoon(5);
+
 WebHost::WebHost(const Channel& channel) : _channel(channel), _writer(channel.output) {}
 
 WebHost::~WebHost() = default;
@@ -70,7 +75,11 @@ void WebHost::handle(const std::string& frame) {
 void WebHost::greet(const json::JsonValue& message) {
   const Hello hello = readHello(message);
   const auto send = [this](const std::string& text) { _writer.write(text); };
-  _page = std::make_unique<RemotePage>(hello, send);
+  if (hello.together) {
+    _writer.joinMessages();
+  }
+  _page = std::make_unique<RemotePage>(
+      hello, send, [this](const std::string& text) { _writer.writeSoon(text, kReleaseSoon); });
   _areas = std::make_unique<Areas>(
       &_desktop, hello.origin + " - Orvane Web",
       [this, send](npapi_host::Owner area, bool open) { send(windowTell(_windows[area], open)); });
@@ -142,7 +151,7 @@ void WebHost::perform(const Operation& operation) {
     case Operation::Kind::kMake:
       return make(operation);
     case Operation::Kind::kCall:
-      return _writer.write(_elements->call(operation));
+      return call(operation);
     case Operation::Kind::kGet:
       return _writer.write(_elements->get(operation));
     case Operation::Kind::kSet:
@@ -163,6 +172,19 @@ void WebHost::perform(const Operation& operation) {
       return forget(operation);
     case Operation::Kind::kWrong:
       return _writer.write(errorAnswer(operation.number, "Orvane Web: " + operation.complaint));
+  }
+}
+
+void WebHost::call(const Operation& operation) {
+  const std::string kAsync = "Async";
+  const std::string& name = operation.name;
+  const bool callsBack = name.size() > kAsync.size() &&
+                         name.compare(name.size() - kAsync.size(), kAsync.size(), kAsync) == 0;
+  const std::string answer = _elements->call(operation);
+  if (operation.later && callsBack) {
+    _writer.writeSoon(answer, kQueuedSoon);
+  } else {
+    _writer.write(answer);
   }
 }
 

@@ -45,6 +45,7 @@ class WebHost {
   void refuse(const Operation& operation);
   void perform(const Operation& operation);
   void make(const Operation& operation);
+  void call(const Operation& operation);
   void tellState(const Operation& operation);
   HostState state();
   void forget(const Operation& operation);

@@ -49,6 +49,7 @@ export class DocumentLink {
       browser: isFirefox ? 'firefox' : 'chromium',
       version: extension.runtime.getManifest().version,
       private: sender.tab?.incognito === true,
+      together: true,
     });
   }
 
@@ -57,15 +58,16 @@ export class DocumentLink {
     if ('taken' in message) {
       this.awaited.delete(message.taken);  // an answer that is still to come is nobody's
       this.way.taken(this, message.taken);
-    } else if ('skip' in message) {
+    }
+    if ('skip' in message) {
       // The host takes each number once, and may have this one: its answer can be lost behind it.
       if (!this.asked.has(message.skip)) {
         this.toHost({ n: message.skip, op: 'skip' });
       }
     } else if (message.sync) {
-      const { sync, ...operation } = message;
+      const { sync, taken, ...operation } = message;
       this.ask(operation);
-    } else {
+    } else if ('n' in message) {
       this.transfers.sent(message);
       this.toHost(message);
     }
@@ -92,14 +94,25 @@ export class DocumentLink {
     }
   }
 
-  /** @private @param {any} message from the host, whole */
+  /** @private @param {any} message from the host, whole: one, or several that came together */
   deliver(message) {
+    const all = message.together ?? [message];
+    const forPage = all.filter((/** @type {any} */ each) => !this.take(each));
+    if (forPage.length > 0) {
+      this.port.postMessage(forPage.length === 1 ? forPage[0] : { together: forPage });
+    }
+    const last = all.at(-1);
+    if (last && 'fatal' in last) {
+      this.giveUp(`Orvane Web: ${last.fatal}`);
+      this.host.disconnect();  // it says no more, and shall end
+    }
+  }
+
+  /** @private @param {any} message @returns {boolean} whether it is not for the content script */
+  take(message) {
     this.transfers.told(message);
     if ('hello' in message) {
       this.greeted = true;
-    } else if ('fatal' in message) {
-      this.giveUp(`Orvane Web: ${message.fatal}`);
-      this.host.disconnect();  // it says no more, and shall end
     } else if (message.tell === 'leave') {
       if (message.origin === this.origin) {
         this.noteLeave(message.origin, message.leave);
@@ -107,8 +120,9 @@ export class DocumentLink {
     } else if (this.awaited.delete(message.answer)) {
       this.way.answer(this, message.answer, message);
     } else {
-      this.port.postMessage(message);
+      return 'fatal' in message;
     }
+    return true;
   }
 
   /** @private @param {chrome.runtime.Port} host */

@@ -102,9 +102,11 @@ class HostLink {
     this.lost();
   }
 
-  /** @private @param {any} message */
+  /** @private @param {any} message one, or several that came together */
   hear(message) {
-    if ('answer' in message) {
+    if (message.together) {
+      message.together.forEach((/** @type {any} */ each) => this.hear(each));
+    } else if ('answer' in message) {
       this.pending.get(message.answer)?.(message);
       this.pending.delete(message.answer);
     } else if ('tell' in message) {

@@ -125,7 +125,7 @@ class DocumentPlugins {
       }
     };
     this.forget();
-    link = new HostLink((tell) => this.queue.push(() => this.hear(tell)), lost);
+    link = new HostLink((tell) => this.queue.push(() => this.hear(tell), tell.tell === 'release'), lost);
     return link;
   }
 

@@ -32,7 +32,7 @@ class PageRequests {
       return ['unsent', obstacle];
     }
     if (later) {
-      plugin.link.send(operation, (answer) => {
+      plugin.link.send({ ...operation, later: true }, (answer) => {
         this.queue.push(() => this.tellPage(['settle', request[1], ...PageRequests.outcome(answer)]));
       });
       return ['value', null];

@@ -15,6 +15,8 @@ class SynchronousRequests {
     this.base = '';
     this.answers = [extension.runtime.getURL('answer.txt?'), 'data:text/plain,answer?'];
     this.pending = 'data:text/plain,pending';
+    /** @type {{taken?: number}} Chromium: the call whose answer was read last */
+    this.taken = {};
   }
 
   /** Whether the page may wait at all, and the background listens. @param {HostLink} link */
@@ -48,7 +50,7 @@ class SynchronousRequests {
       return null;
     } finally {
       if (!isFirefox) {
-        link.post({ taken: n });
+        this.sayTaken(link, n);
       }
     }
   }
@@ -121,7 +123,8 @@ class SynchronousRequests {
    * @param {string} address
    */
   poll(link, operation, address) {
-    link.post({ ...operation, sync: true });
+    link.post({ ...operation, sync: true, ...this.taken });
+    this.taken = {};
     let sign = Date.now() + 5000;
     for (;;) {
       // What stands below this address is one call's as well: the request is led through several.
@@ -138,6 +141,22 @@ class SynchronousRequests {
         extension.runtime.sendMessage({ waiting: link.key, n: operation.n }).catch(() => {});
       }
     }
+  }
+
+  /**
+   * The answer's rule may go. Mostly the next call follows at once, and takes the word along.
+   * @private
+   * @param {HostLink} link
+   * @param {number} n
+   */
+  sayTaken(link, n) {
+    this.taken = { taken: n };
+    setTimeout(() => {
+      if (this.taken.taken === n) {
+        link.post(this.taken);
+        this.taken = {};
+      }
+    }, 0);
   }
 
   /**

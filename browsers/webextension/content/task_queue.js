@@ -1,22 +1,24 @@
 'use strict';
 
 /**
- * Does one piece of work a task, in order, and none while it is held. A message channel and not a timer:
+ * Does one piece of work that the page sees a task, in order, and none while it is held. A message channel and not a timer:
  * timers are slowed down in tabs that nobody sees.
  */
 class TaskQueue {
   constructor() {
-    /** @type {(() => void)[]} */
+    /** @type {{run: () => void, isQuiet: boolean}[]} */
     this.work = [];
     this.holds = 0;
     this.turn = new MessageChannel();
     this.turn.port1.onmessage = () => this.runOne();
   }
 
-  /** @param {() => void} piece */
-  push(piece) {
-    this.work.push(piece);
-    this.turn.port2.postMessage(0);
+  /** @param {() => void} run @param {boolean} [isQuiet] no code of the page runs: it needs no task of its own */
+  push(run, isQuiet = false) {
+    this.work.push({ run, isQuiet });
+    if (this.work.length === 1) {
+      this.turn.port2.postMessage(0);
+    }
   }
 
   /**
@@ -39,10 +41,11 @@ class TaskQueue {
     if (this.holds > 0) {
       return;
     }
-    const piece = this.work.shift();
+    const end = this.work.findIndex(({ isQuiet }) => !isQuiet) + 1;
+    const pieces = this.work.splice(0, end || this.work.length);
     if (this.work.length > 0) {
       this.turn.port2.postMessage(0);
     }
-    piece?.();
+    pieces.forEach(({ run }) => run());
   }
 }

@@ -119,9 +119,10 @@ void checkOrder(FuzzInput input) {
   }
 }
 
-// A line says one thing, or is complained about; it takes nothing from the others, and only one
-// that begins with the word allows.
+// A line says one thing, by its own word and origin and no more, or is complained about; it takes
+// nothing from the others.
 void checkLines(const std::string& text) {
+  const char kBlanks[] = " \t\r";
   const SiteList list(text);
   std::map<std::string, Leave> said;
   size_t complaints = 0;
@@ -131,7 +132,11 @@ void checkLines(const std::string& text) {
     FUZZ_CHECK(alone.entries().size() + alone.complaints().size() <= 1);
     complaints += alone.complaints().size();
     for (const SiteList::Entry& entry : alone.entries()) {
-      FUZZ_CHECK(startsWith(line.substr(line.find_first_not_of(" \t\r")), leaveWord(entry.leave)));
+      const size_t start = line.find_first_not_of(kBlanks);
+      const size_t origin = line.find_first_not_of(kBlanks, line.find_first_of(kBlanks, start));
+      FUZZ_CHECK(startsWith(line.substr(start), leaveWord(entry.leave)));
+      FUZZ_CHECK(normal(line.substr(origin, line.find_last_not_of(kBlanks) + 1 - origin)) ==
+                 entry.origin);
       said[entry.origin] = entry.leave;
     }
   }

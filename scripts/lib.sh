@@ -22,7 +22,7 @@ packages='g++ cmake ninja-build pkg-config libgtk2.0-dev libgdk-pixbuf2.0-bin li
 engine_packages='libqt5webkit5-dev qutebrowser qutebrowser-qtwebkit python3-pyqt5.qtwebkit'
 
 # Today's browsers, and what plays their user.
-browser_packages='firefox-esr chromium openbox'
+browser_packages='firefox-esr chromium openbox pcmanfm python3-pyqt5'
 
 # For making and testing the Debian packages and the man pages.
 packaging_packages='dpkg-dev file lintian man-db'

@@ -181,6 +181,27 @@ void BrowserPage::endBrowser(int signal) {
   }
 }
 
+std::string BrowserPage::window(const std::string& title) {
+  return ChildProgram({"xdotool", "search", "--onlyvisible", "--name", "^" + title}).readLine();
+}
+
+void BrowserPage::drop(const std::vector<std::string>& source, const std::string& title,
+                       const std::function<void()>& over) {
+  ChildProgram program(source);
+  ASSERT_EQ(program.readLine(), "ready");
+  user::drag(user::waitForWindow("Drag source"), window(title), over);
+  EXPECT_EQ(program.readLine(), "accepted");
+}
+
+size_t BrowserPage::pixels(const std::string& color) {
+  const std::string count =
+      "import -window root -depth 8 rgb:- | python3 -c 'import sys; "
+      "screen = sys.stdin.buffer.read(); "
+      "print([screen[i:i + 3] for i in range(0, len(screen), 3)].count(b\"" +
+      color + "\"))'";
+  return std::stoul(ChildProgram({"sh", "-c", count}).readLine());
+}
+
 void BrowserPage::takeScreenshot(const std::string& name) const {
   const std::string file = std::string(SCREENSHOTS) + "/" + GetParam() + "-" + name + ".png";
   EXPECT_EQ(std::system(("import -window root '" + file + "'").c_str()), 0);

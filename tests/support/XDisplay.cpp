@@ -61,11 +61,7 @@ Geometry geometryOf(const std::string& window) {
   return at;
 }
 
-struct Point {
-  int x, y;
-};
-
-Point middleOf(const std::string& window) {
+user::Point middleOf(const std::string& window) {
   const Geometry at = geometryOf(window);
   return {at.x + at.width / 2, at.y + at.height / 2};
 }
@@ -170,8 +166,10 @@ void answerOverwrite(bool replace) {
   key(replace ? "Return" : "Escape");
 }
 
-void drag(const std::string& from, const std::string& to, const std::function<void()>& over) {
-  const Point start = middleOf(from);
+void drag(const std::string& from, const std::string& to, const std::function<void()>& over,
+          const Point* place) {
+  const Geometry at = geometryOf(from);
+  const Point start = place != nullptr ? Point{at.x + place->x, at.y + place->y} : middleOf(from);
   const Point end = middleOf(to);
   movePointer(start.x, start.y);
   xdotool("mousedown 1");

@@ -44,10 +44,15 @@ void chooseAllIn(const std::string& title, const std::string& directory);
 void cancel(const std::string& title);
 // The chooser's question whether a file may be replaced.
 void answerOverwrite(bool replace);
-// Drags from the middle of one window, that of test_drag_source, to the middle of another, and
-// drops there when the drop is welcome, or after 3 seconds. `over` is called just before that.
+struct Point {
+  int x, y;
+};
+
+// Drags from a window, that of test_drag_source, to the middle of another, and drops there when the
+// drop is welcome, or after 3 seconds. `over` is called just before that. It begins in the middle,
+// or at `place` in it.
 void drag(const std::string& from, const std::string& to,
-          const std::function<void()>& over = nullptr);
+          const std::function<void()>& over = nullptr, const Point* place = nullptr);
 
 }  // namespace user
 

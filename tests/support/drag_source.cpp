@@ -1,12 +1,19 @@
 // A window from which one list of URIs can be dragged, as from a file manager. Prints "ready", and
 // after each drag "accepted" or "refused"; ends when its standard input does. Its title, "Drag
-// source", is "Drop welcome" while the window below would take the drop. Usage: test_drag_source
-// URI...
+// source", is "Drop welcome" while the window below would take the drop. With --silent it answers
+// browsers, and never who asks for an answer in the property ORVANE_WEB_DRAG.
+// Usage: test_drag_source [--silent] URI...
 #include <glib-unix.h>
 #include <gtk/gtk.h>
 #include <unistd.h>
 
 #include <cstdio>
+#include <cstring>
+
+// clang-format off
+// After the others, whose names its macros would replace.
+#include <gdk/gdkx.h>
+// clang-format on
 
 static bool failed = false;
 static GdkDragContext* drag = nullptr;
@@ -39,6 +46,14 @@ static void onEnd(GtkWidget* window, GdkDragContext*, gpointer) {
   failed = false;
 }
 
+static GdkFilterReturn beSilent(GdkXEvent* event, GdkEvent*, gpointer) {
+  const auto* message = static_cast<const XEvent*>(event);
+  const bool unanswered =
+      message->type == SelectionRequest &&
+      message->xselectionrequest.property == gdk_x11_get_xatom_by_name("ORVANE_WEB_DRAG");
+  return unanswered ? GDK_FILTER_REMOVE : GDK_FILTER_CONTINUE;
+}
+
 static gboolean quit(gint, GIOCondition, gpointer) {
   gtk_main_quit();
   return FALSE;
@@ -46,6 +61,10 @@ static gboolean quit(gint, GIOCondition, gpointer) {
 
 int main(int argc, char** argv) {
   gtk_init(&argc, &argv);
+  if (argc > 1 && strcmp(argv[1], "--silent") == 0) {
+    gdk_window_add_filter(nullptr, beSilent, nullptr);
+    ++argv;
+  }
   GtkWidget* window = gtk_window_new(GTK_WINDOW_TOPLEVEL);
   updateTitle(window);
   gtk_window_set_default_size(GTK_WINDOW(window), 200, 200);

@@ -69,6 +69,21 @@ class PluginArea {
     if (this.host.parentNode !== container && ++this.keeps < 100) {
       container.append(this.host);
     }
+    this.rise();
+  }
+
+  /** Above an element that fills the screen by itself nothing is seen but a popover. @private */
+  rise() {
+    const fills = this.element.matches(':fullscreen');
+    if (fills === this.host.matches(':popover-open')) {
+      return;
+    }
+    if (fills) {
+      this.host.popover = 'manual';
+      this.host.showPopover();
+    } else {
+      this.host.popover = null;
+    }
   }
 
   /** What the browser shows above everything else is seen there only. @private @returns {Element} */

@@ -18,17 +18,31 @@ class AreaDrops {
     /** Whether the drag that is over the area can become a drop, as far as is known. */
     this.possible = true;
     this.offers = false;
+    this.ended = new AbortController();
     this.listen('dragenter', (event) => this.enter(event));
     this.listen('dragover', (event) => this.stay(event));
     this.listen('dragleave', () => this.leave());
     this.listen('drop', (event) => this.drop(event));
-    area.box.addEventListener('click', (event) => event.isTrusted && this.open());
-    area.box.addEventListener('keydown', (event) => {
-      if (event.isTrusted && (event.key === 'Enter' || event.key === ' ')) {
+    this.hear('click', () => this.open());
+    this.hear('keydown', (event) => {
+      const { key } = /** @type {KeyboardEvent} */ (event);
+      if (key === 'Enter' || key === ' ') {
         event.preventDefault();
         this.open();
       }
     });
+  }
+
+  /**
+   * What the browser vouches for. When the element itself fills the screen, Chromium lets the pointer touch
+   * nothing outside of it.
+   * @private @param {string} type @param {(event: Event) => void} react
+   */
+  hear(type, react) {
+    const { box, element } = this.area;
+    box.addEventListener(type, (event) => event.isTrusted && react(event));
+    element.addEventListener(type, (event) => event.isTrusted && element.matches(':fullscreen') && react(event),
+      { signal: this.ended.signal });
   }
 
   /** Whether an element with these parameters takes drops. @param {[string, string][]} params */
@@ -51,13 +65,18 @@ class AreaDrops {
    * @param {(event: DragEvent) => void} react
    */
   listen(type, react) {
-    this.area.box.addEventListener(type, (event) => {
-      event.stopPropagation();
-      if (event.isTrusted && event.dataTransfer?.types.includes('Files')) {
-        event.preventDefault();
-        react(event);
+    this.hear(type, (event) => {
+      const drag = /** @type {DragEvent} */ (event);
+      drag.stopPropagation();
+      if (drag.dataTransfer?.types.includes('Files')) {
+        drag.preventDefault();
+        react(drag);
       }
     });
+  }
+
+  end() {
+    this.ended.abort();
   }
 
   /** @private @param {DragEvent} event */

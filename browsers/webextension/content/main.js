@@ -104,6 +104,7 @@ class DocumentPlugins {
     if (plugin) {
       this.begun.delete(element);
       plugin.area.end();
+      plugin.drops?.end();
       plugin.link.send({ op: 'end', element: plugin.number });
     }
   }
@@ -188,7 +189,10 @@ class DocumentPlugins {
   /** @private @param {PageTransitionEvent} event */
   onHidden = (event) => {
     if (event.persisted) {
-      this.begun.forEach(({ area }) => area.end());
+      this.begun.forEach(({ area, drops }) => {
+        area.end();
+        drops?.end();
+      });
       this.begun.clear();
       this.link?.end(sentences.hostGone);
     }

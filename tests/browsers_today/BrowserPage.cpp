@@ -181,15 +181,11 @@ void BrowserPage::endBrowser(int signal) {
   }
 }
 
-std::string BrowserPage::window(const std::string& title) {
-  return ChildProgram({"xdotool", "search", "--onlyvisible", "--name", "^" + title}).readLine();
-}
-
 void BrowserPage::drop(const std::vector<std::string>& source, const std::string& title,
                        const std::function<void()>& over) {
   ChildProgram program(source);
   ASSERT_EQ(program.readLine(), "ready");
-  user::drag(user::waitForWindow("Drag source"), window(title), over);
+  user::drag(user::waitForWindow("Drag source"), user::waitForWindow(title), over);
   EXPECT_EQ(program.readLine(), "accepted");
 }
 

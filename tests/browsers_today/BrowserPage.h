@@ -49,10 +49,8 @@ class BrowserPage : public DisplaySandbox, public testing::WithParamInterface<co
   pid_t browser() const;
   // As a user or the system ends it; waits until it has.
   void endBrowser(int signal);
-  // The one whose title begins like that, however large.
-  static std::string window(const std::string& title);
-  // Drags what such a program offers to the middle of that window, and drops it there; `over` is
-  // called just before that.
+  // Drags what such a program offers to the middle of the browser's window, and drops it there;
+  // `over` is called just before that.
   void drop(const std::vector<std::string>& source, const std::string& title,
             const std::function<void()>& over = nullptr);
   // How many pixels of the screen have that colour, "\\x12\\xAB\\x34".

@@ -1,6 +1,7 @@
 #include <filesystem>
 #include <map>
-#include <set>
+#include <regex>
+#include <sstream>
 
 #include "tests/browsers_today/BrowserPage.h"
 #include "tests/docs/ExamplePage.h"
@@ -13,10 +14,18 @@ namespace {
 namespace fs = std::filesystem;
 using docs::Example;
 
-// Those whose user drops files or looks at the area: AreaTest has a page for these.
-const std::set<std::string> kNeedTheArea = {
-    "both-types",      "drop-mode", "drop-allow-multiple", "drop-allow-directories",
-    "drop-upload-url", "image",     "dropObserver",        "drop"};
+const char kAreaFillsThePage[] = R"(<style>
+embed { position: fixed; inset: 0; width: 100%; height: 100% }
+</style>
+<script>
+addEventListener('load', function look() {
+  const there = document.elementFromPoint(innerWidth / 2, innerHeight / 2)?.localName === 'orvane-web-area';
+  there ? say('the area is there') : setTimeout(look, 20);
+});
+</script>
+)";
+// Of a picture.
+const char kColor[] = "\\xCC\\x22\\x11";
 
 // Downloads once the page is ready, and tells what the page says at the end.
 const char kFirstUser[] = R"(<script src="/checks.js"></script>
@@ -39,7 +48,7 @@ const char kFirstUser[] = R"(<script src="/checks.js"></script>
 // that take what it prints.
 std::string examplePage(const Example& example, const std::map<std::string, std::string>& given) {
   std::string page = "<!DOCTYPE html>\n<meta charset=\"utf-8\">\n<title>" + example.name +
-                     "</title>\n<body>\n" + docs::embedElement(example) +
+                     "</title>\n<body>\n" + docs::embedElement(example, given) +
                      "<script>\n{\nconst orvane = document.querySelector('embed');\n";
   for (const auto& [name, text] : given) {
     page += "const " + name + " = '" + text + "';\n";
@@ -53,15 +62,16 @@ class ExamplesToday : public BrowserPage {
     allow("127.0.0.1");
     docs::writeFiles(home());
     makeFile(path("files/report.pdf"), 30000);
+    EXPECT_EQ(
+        std::system(("convert -size 400x400 'xc:#CC2211' " + path("files/picture.ppm")).c_str()),
+        0);
   }
 
   void runExamples(const std::string& document) {
     for (const Example& example : docs::readExamples(document)) {
-      if (kNeedTheArea.count(example.name) == 0) {
-        SCOPED_TRACE(document + ", " + example.name);
-        ASSERT_NO_THROW(runExample(example));
-        forget();
-      }
+      SCOPED_TRACE(document + ", " + example.name);
+      ASSERT_NO_THROW(runExample(example));
+      forget();
     }
   }
 
@@ -81,24 +91,55 @@ class ExamplesToday : public BrowserPage {
   void runExample(const Example& example) {
     const std::map<std::string, std::string> given = {{"source", address("files/report.pdf")},
                                                       {"upload", path("notes.txt")},
-                                                      {"target", "file://" + path("received/")}};
+                                                      {"target", "file://" + path("received/")},
+                                                      {"picture", address("picture.ppm")}};
     const std::string lines = std::to_string(example.prints.size());
     const bool awaits = example.page == docs::kPromiseApi;
     writeFile(
         path("files/example.html"),
         "<script src=\"/checks.js\"></script>\n<script>\nvar left = " + lines +
             ";\nfunction print(line) {\n  say(line);\n"
-            "  if (--left === 0) { setTimeout(() => say('PAGE DONE 0'), 100); }\n}\n" +
+            "  if (--left === 0) { whenTold(() => setTimeout(() => say('PAGE DONE 0'), 100)); "
+            "}\n}\n" +
             (awaits ? "" : "console.log = (...words) => print(words.map(String).join(' '));\n") +
-            "</script>\n" +
+            "</script>\n" + (looksAtTheArea(example) ? kAreaFillsThePage : "") +
             (awaits ? docs::promisePage(example, given, "print") : examplePage(example, given)));
     open(address("example.html"));
-    docs::act(example.user, home());
-    std::string printed;
-    for (std::string line; (line = waitForLine("")) != "PAGE DONE 0";) {
-      printed += line + "\n";
+    const std::string before = act(example);
+    go();
+    EXPECT_EQ(docs::difference(example, before + linesUntil("PAGE DONE 0")), "");
+  }
+
+  static bool looksAtTheArea(const Example& example) {
+    return example.user == "picture" || example.user.rfind("drop ", 0) == 0;
+  }
+
+  std::string linesUntil(const std::string& last) {
+    std::string lines;
+    for (std::string line; (line = waitForLine("")) != last;) {
+      lines += line + "\n";
     }
-    EXPECT_EQ(docs::difference(example, printed), "");
+    return lines;
+  }
+
+  // Answers what the page prints until there is something to act on.
+  std::string act(const Example& example) {
+    if (!looksAtTheArea(example)) {
+      docs::act(example.user, home());
+      return "";
+    }
+    const std::string printed = linesUntil("the area is there");
+    if (example.user == "picture") {
+      EXPECT_TRUE(waitFor([] { return pixels(kColor) > 10000; }, std::chrono::seconds(20)));
+      return printed;
+    }
+    std::vector<std::string> source = {DRAG_SOURCE};
+    std::istringstream names(example.user.substr(example.user.find(' ') + 1));
+    for (std::string name; std::getline(names, name, ',');) {
+      source.push_back("file://" + std::regex_replace(path(name), std::regex(" "), "%20"));
+    }
+    drop(source, example.name + " .{1,3} .*");
+    return printed;
   }
 };
 

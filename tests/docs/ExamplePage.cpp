@@ -31,9 +31,12 @@ void writeFiles(const std::string& home) {
   }
 }
 
-std::string embedElement(const Example& example) {
+std::string embedElement(const Example& example, const std::map<std::string, std::string>& given) {
   std::string attributes = example.parameters.empty() ? " type=\"application/x-orvane-web\"" : "";
-  for (const auto& [name, value] : example.parameters) {
+  for (auto [name, value] : example.parameters) {
+    const auto text =
+        value.front() == '{' ? given.find(value.substr(1, value.size() - 2)) : given.end();
+    value = text != given.end() ? text->second : value;
     attributes.append(" ").append(name).append("=\"").append(value).append("\"");
   }
   return "<embed" + attributes + ">\n";
@@ -42,7 +45,7 @@ std::string embedElement(const Example& example) {
 std::string promisePage(const Example& example, const std::map<std::string, std::string>& given,
                         const std::string& print) {
   std::string page = "<!DOCTYPE html>\n<meta charset=\"utf-8\">\n<title>" + example.name +
-                     "</title>\n<body>\n" + embedElement(example) +
+                     "</title>\n<body>\n" + embedElement(example, given) +
                      textElement("module", readProjectFile("web/orvane-web.mjs")) +
                      textElement("example", example.script);
   std::string names = "plugin: document.querySelector('embed')";

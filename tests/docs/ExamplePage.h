@@ -13,8 +13,8 @@ inline constexpr char kPromiseApi[] = "docs/promise-api.md";
 // The files and folders of the user, below the directory.
 void writeFiles(const std::string& home);
 
-// The element with the example's parameters.
-std::string embedElement(const Example& example);
+// The element with the example's parameters, in which "{name}" stands for what is given.
+std::string embedElement(const Example& example, const std::map<std::string, std::string>& given);
 
 // A page for any browser that runs an example of the promise API. The example finds the texts
 // `given` by their names ("source", "upload", "target"); `print` is a function of JavaScript, which

@@ -66,12 +66,12 @@ user::Point middleOf(const std::string& window) {
   return {at.x + at.width / 2, at.y + at.height / 2};
 }
 
-// Passes over the screen itself and GTK's tiny helper windows, which have no title either.
+// Passes over GTK's tiny helper windows and, among those without a title, the screen itself.
 std::string findWindow(const std::string& title) {
   std::istringstream windows(xdotool("search --onlyvisible --name " + quoted("^" + title + "$")));
   for (std::string window; std::getline(windows, window);) {
     const int width = geometryOf(window).width;
-    if (width > 50 && width < kScreenWidth) {
+    if (width > 50 && (width < kScreenWidth || !title.empty())) {
       return window;
     }
   }

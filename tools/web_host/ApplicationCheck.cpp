@@ -71,13 +71,14 @@ void onEnded(GObject* process, GAsyncResult* result, gpointer data) {
 
 }  // namespace
 
-void checkApplication(Done done) {
+void checkApplication(const std::string& browser, Done done) {
   const std::string program = findProgram();
+  const bool isKnown = browser == "firefox" || browser == "chromium";
   GError* error = nullptr;
-  GSubprocess* process =
-      g_subprocess_new(static_cast<GSubprocessFlags>(G_SUBPROCESS_FLAGS_STDOUT_PIPE |
-                                                     G_SUBPROCESS_FLAGS_STDERR_SILENCE),
-                       &error, program.c_str(), "--json", nullptr);
+  GSubprocess* process = g_subprocess_new(
+      static_cast<GSubprocessFlags>(G_SUBPROCESS_FLAGS_STDOUT_PIPE |
+                                    G_SUBPROCESS_FLAGS_STDERR_SILENCE),
+      &error, program.c_str(), "--json", isKnown ? "--browser" : nullptr, browser.c_str(), nullptr);
   if (process == nullptr) {
     const std::string json = errorJson(std::string(kProgram) + " cannot be run: " + error->message);
     g_error_free(error);

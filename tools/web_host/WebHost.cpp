@@ -88,6 +88,7 @@ void WebHost::greet(const json::JsonValue& message) {
   _leave = std::make_unique<SiteLeave>(hello, &_desktop,
                                        [send](const std::string& text) { send(sayTell(text)); });
   _origin = hello.origin;
+  _browser = hello.browser;
   _isPage = hello.isPage;
   _writer.write(helloReply());
 }
@@ -239,7 +240,7 @@ void WebHost::tellState(const Operation& operation) {
   if (!operation.check) {
     return _writer.write(stateAnswer(operation.number, now));
   }
-  checkApplication([this, now, number = operation.number](const std::string& json) {
+  checkApplication(_browser, [this, now, number = operation.number](const std::string& json) {
     HostState checked = now;
     checked.check = json;
     _writer.write(stateAnswer(number, checked));

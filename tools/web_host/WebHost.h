@@ -68,6 +68,7 @@ class WebHost {
   std::map<npapi_host::Owner, uint64_t> _windows;  // which elements the drop windows are of
   std::unique_ptr<SiteLeave> _leave;
   std::string _origin;  // as the browser writes it
+  std::string _browser;
   bool _isPage = true;
   bool _asking = false;         // operations are held
   std::deque<Operation> _held;  // in order

@@ -88,6 +88,7 @@ async function askHost(origin, documents) {
   try {
     places.host(hostRow(await sites[0].known));
     const state = await sites[0].host.state(true);
+    places.host(hostRow(state));
     places.module(moduleRow(state));
     places.application(applicationRow(state));
   } catch (error) {

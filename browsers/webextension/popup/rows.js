@@ -1,4 +1,4 @@
-import { extension } from '../background/extension.js';
+import { extension, isFirefox } from '../background/extension.js';
 
 /** @typedef {{origin: string, elements: number, complaint: string}} DocumentSummary */
 /** @typedef {import('./host_question.js').HostState} HostState */
@@ -37,8 +37,18 @@ export function siteRow({ origin, leave, by, file = '' }) {
   }
 }
 
-/** @param {HostState} state @returns {Row} */
-export const hostRow = ({ version }) => ({ status: 'ok', seen: text('hostRuns', version) });
+/**
+ * That it runs is more than the check can know of the way to it; what else the check says of it, in this
+ * browser, is a warning.
+ * @param {HostState} state @returns {Row}
+ */
+export function hostRow({ version, check }) {
+  const seen = text('hostRuns', version);
+  const row = worst((check?.checks ?? []).filter(({ name, seen: what }) =>
+    hostChecks.includes(name) && what !== 'not checked'));
+  return row && row.status !== 'ok' ? { status: 'warning', seen: `${seen} ${row.seen}`, remedy: row.remedy }
+    : { status: 'ok', seen };
+}
 
 /** @param {string} reason @returns {Row} */
 export const hostMissingRow = (reason) =>
@@ -62,12 +72,14 @@ export function applicationRow({ check }) {
   if (!check?.checks) {
     return { status: 'warning', seen: text('applicationUnknown', check?.error ?? ''), remedy: text('applicationUnknownRemedy') };
   }
-  const row = worst(check.checks.filter(({ name }) => !moduleChecks.includes(name)));
+  const row = worst(check.checks.filter(({ name }) => !moduleChecks.includes(name) && !browserCheck.test(name)));
   return row && row.status !== 'ok' ? row
     : { status: 'ok', seen: check.checks.find(({ name }) => name === 'version')?.seen ?? '' };
 }
 
 const moduleChecks = ['module', 'dependencies', 'loads', 'mime-type'];
+const browserCheck = /^(firefox|chromium)(-|$)/;
+const hostChecks = ['host', 'host-module', 'sites'].map((name) => `${isFirefox ? 'firefox' : 'chromium'}-${name}`);
 
 /** The first of the worst: the others follow from it. @param {Finding[]} findings */
 function worst(findings) {

@@ -5,7 +5,7 @@
 
 # shellcheck disable=SC2086
 need_packages $packages $browser_packages
-build_preset release --target nporvaneweb orvane-web-host orvanepellion test_drag_source
+build_preset release --target nporvaneweb orvane-web-host orvanepellion
 . "$top/scripts/demo_stage.sh"
 title='Transfers with progress bars'
 
@@ -121,36 +121,6 @@ show_dialogs() {
   screenshot "$browser-dialogs"
 }
 
-# Where the first or the last of the page's areas is on the screen, by a colour of their picture: its X and Y.
-# Usage: find_picture first|last
-find_picture() {
-  place=$(import -window root -depth 8 rgb:- | python3 -c '
-import sys
-screen = sys.stdin.buffer.read()
-seen = [i for i in range(0, len(screen), 3) if screen[i:i + 3] == b"\xcf\xe6\xec"]
-print(*(reversed(divmod(seen[-1 if sys.argv[1] == "last" else 0] // 3, 1024)) if seen else ()))' "$1")
-  [ -n "$place" ]
-}
-
-# Usage: drop_on first|last FILE
-drop_on() {
-  wait_for "the picture in the $1 area" find_picture "$1"
-  # shellcheck disable=SC2086
-  drag_file "$2" $place
-}
-
-show_drop_zone() {
-  say "Running examples/drop-zone.html: files dropped in the page, with a real pointer"
-  go_to drop-zone.html 'Drop zone'
-  drop_on first "$stage/notes.txt"
-  fill 1 "file://$stage/received/"
-  wait_for_page
-  drop_on last "$stage/notes.txt"
-  prove_arrival "$stage/notes.txt" "$stage/received/notes.txt"
-  wait_for_page
-  screenshot "$browser-drop-zone"
-}
-
 drive_pages() {
   start_screen
   openbox >/dev/null 2>&1 &
@@ -158,9 +128,8 @@ drive_pages() {
   show_transfers
   show_session
   show_dialogs
-  show_drop_zone
   say "Screenshots: $shots/$browser-*.png"
-  say "Done. Proved: in $browser the unchanged pages launch the application, download, upload what the user chose and dropped, and write where the user chose."
+  say "Done. Proved: in $browser the unchanged pages launch the application, download, upload what the user chose, and write where the user chose."
 }
 
 user_pages() {
@@ -170,7 +139,6 @@ user_pages() {
    Where to upload to:            file://$stage/received/
    Further pages:                 http://127.0.0.1:$port/session.html
                                   http://127.0.0.1:$port/dialogs.html
-                                  http://127.0.0.1:$port/drop-zone.html
    Close the browser to end.
 TEXT
   start_browser transfers.html

@@ -76,7 +76,7 @@ class Rounds:
         """Milliseconds of an answer, and of each of its bytes."""
         for _ in range(self.plan.size_rounds):
             for way, size in shuffled([(way, size) for way in ('promise', 'request') for size in self.plan.sizes]):
-                count = max(1, min(8, (1024 * 1024) // size))
+                count = max(1, min(8, 4 * 1024 * 1024 // size))
                 taken = self.stage.order('calls', way, size, count) * MS
                 self.note(f'{way}/{size}', time=taken, each=taken / size)
 

@@ -3,6 +3,9 @@ import { extension } from './extension.js';
 /** One change at a time: several documents of a site may be told of it at once. */
 let changes = Promise.resolve();
 
+/** @type {Map<string, string>} the leave that is noted, by pattern: every document with an element tells it */
+const noted = new Map();
+
 /**
  * Where pages find the plugin in the browser's list of plugins: on the sites that the user has allowed. The
  * browser keeps these scripts, so that a page finds it before it has an element.
@@ -16,7 +19,7 @@ export function noteLeave(origin, leave) {
 /** @param {string} origin @param {string} leave */
 async function change(origin, leave) {
   const pattern = patternOf(origin);
-  if (pattern === null) {
+  if (pattern === null || noted.get(pattern) === leave) {
     return;
   }
   // Of the origin, since another port's refusal takes nothing away from this one.
@@ -35,6 +38,7 @@ async function change(origin, leave) {
   } else if (leave !== 'allow' && registered) {
     await extension.scripting.unregisterContentScripts({ ids });
   }
+  noted.set(pattern, leave);
 }
 
 /** All ports of a host: not every browser can name one. @param {string} origin */

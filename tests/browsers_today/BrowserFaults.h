@@ -25,6 +25,8 @@ class BrowserFaults : public BrowserPage {
   // What is left must be what was there; prints the row.
   void endRow(const std::string& fault, const std::string& outcome);
   void expectHosts(size_t count);
+  // What the running host programs have resident.
+  size_t hostsKib() const;
 
  private:
   struct Levels {

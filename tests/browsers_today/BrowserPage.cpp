@@ -164,6 +164,9 @@ std::vector<pid_t> BrowserPage::running(const std::string& program) const {
 }
 
 pid_t BrowserPage::browser() const {
+  if (!_script) {
+    return -1;
+  }
   const std::string script = std::to_string(_script->pid());
   const std::string child = readAll("/proc/" + script + "/task/" + script + "/children");
   return child.empty() ? -1 : std::stoi(child);

@@ -45,7 +45,7 @@ class BrowserPage : public DisplaySandbox, public testing::WithParamInterface<co
   // The programs of this test's browser that are running, by the name of the file.
   std::vector<pid_t> running(const std::string& program) const;
   size_t hosts() const { return running("orvane-web-host").size(); }
-  // The browser's main process.
+  // The browser's main process; -1 when it has been ended.
   pid_t browser() const;
   // As a user or the system ends it; waits until it has.
   void endBrowser(int signal);

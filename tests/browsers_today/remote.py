@@ -24,7 +24,6 @@ FIREFOX = {
     'reload': 'await addon.reload();',
     'update': 'await (await AddonManager.getInstallForFile(new FileUtils.File(PACKAGE))).install();',
     'sleep': 'await policy.extension.terminateBackground({ disableResetIdleForTest: true });',
-    'sleepSoon': 'Services.prefs.setIntPref("extensions.background.idle.timeout", 500);',
     'isAsleep': 'return policy.extension.backgroundState === "stopped";',
     'rules': 'return ExtensionDNR.getRuleManager(policy.extension).getSessionRules().length;',
 }
@@ -129,7 +128,7 @@ def chromium(profile, action):
             targets = ask('Target.getTargets')['targetInfos']
             return not any(each['type'] == 'service_worker' for each in targets)
         of_browser = action in list(CHROMIUM)[:3]
-        page = 'chrome://extensions/' if of_browser else f'chrome-extension://{extension}/pending.txt'
+        page = 'chrome://extensions/' if of_browser else f'chrome-extension://{extension}/manifest.json'
         target = ask('Target.createTarget', url=page, hidden=True)['targetId']
         session = ask('Target.attachToTarget', targetId=target, flatten=True)['sessionId']
 

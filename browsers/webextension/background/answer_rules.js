@@ -27,7 +27,7 @@ export class AnswerRules {
 
   /** @type {import('./document_link.js').SynchronousWay['answer']} */
   answer(link, n, answer) {
-    this.addRules(`${link.key}-${n}`, link.tabId, answer);
+    this.addRules(`${link.key}-${n}`, link.port.sender, answer);
   }
 
   begin() {}
@@ -44,8 +44,8 @@ export class AnswerRules {
     }
   }
 
-  /** @private @param {string} call @param {number} tabId @param {object} answer */
-  addRules(call, tabId, answer) {
+  /** @private @param {string} call @param {chrome.runtime.MessageSender | undefined} sender @param {object} answer */
+  addRules(call, sender, answer) {
     const pieces = piecesOf(answer);
     this.byCall.set(call, pieces.map((piece, part) => {
       const rest = part === 0 ? '/' : `?part=${part}|`;
@@ -54,7 +54,7 @@ export class AnswerRules {
         priority: 3,
         condition: {
           urlFilter: `|https://orvane.invalid/.orvane-call/${call}${rest}`,
-          tabIds: [tabId],
+          ...tabsOf(sender),
           resourceTypes: [/** @type {any} */ ('xmlhttprequest')],
         },
         action: {
@@ -122,8 +122,20 @@ export class AnswerRules {
   hearWaiting(message, sender) {
     if (sender.tab?.id !== undefined && message?.waiting && !this.links.has(message.waiting)) {
       const call = `${message.waiting}-${message.n}`;
-      this.addRules(call, sender.tab.id, { answer: message.n, error: hostGone });
-      setTimeout(() => this.remove(call), 60_000);
+      this.addRules(call, sender, { answer: message.n, error: hostGone });
+      // A page that has not read it by then will say again that it waits; this script may soon be ended.
+      setTimeout(() => this.remove(call), 5000);
     }
   }
+}
+
+/**
+ * The tab that a document's requests come from, as a rule's condition. Requests of an empty page that another
+ * page has opened come from that other's tab, for the browser: then it is the key alone that finds the answer.
+ * @param {chrome.runtime.MessageSender | undefined} sender
+ */
+function tabsOf(sender) {
+  const tab = sender?.tab;
+  const opened = sender?.url?.startsWith('about:') && !tab?.url?.startsWith('http');
+  return tab?.id === undefined || opened ? {} : { tabIds: [tab.id] };
 }

@@ -27,9 +27,12 @@
   const detailOf = getterOf(CustomEvent.prototype, 'detail');
   const relatedTargetOf = getterOf(MouseEvent.prototype, 'relatedTarget');
 
+  const attributeOf = uncurried(Element.prototype.getAttribute);
+  const lowerCase = uncurried(String.prototype.toLowerCase);
+
   const refusal = 'Error calling method on NPObject.';
-  const orphaned =
-    '["unsent","Orvane Web: the extension has been updated or switched off. Reload the page."]';
+  const gone = 'Orvane Web: the extension has been updated or switched off. Reload the page.';
+  const orphaned = '["unsent","' + gone + '"]';
   /** Where a wrapper of ours keeps the accessor that the browser had there. */
   const native = Symbol.for('orvane-web.native');
   const promisesKey = Symbol.for('orvane-web.promises');
@@ -56,11 +59,18 @@
       dispatch(channel, concerned);
       dispatch(channel, new CustomEvent('request', bare({ detail: request })));
     }
+    if (reply === '') {
+      rejectAll();
+    }
     return reply || orphaned;
   }
 
   /** @param {any} element */
-  const isOurs = (element) => ask(element, '["use"]') === '["ours",null]';
+  function isOurs(element) {
+    const answer = ask(element, '["use"]');
+    return answer === '["ours",null]' ||
+      (answer === orphaned && lowerCase(attributeOf(element, 'type') ?? '') === 'application/x-orvane-web');
+  }
 
   /**
    * Asks, and takes back what was mentioned when nothing was sent.
@@ -128,6 +138,13 @@
       waiting?.resolve(outcome(kind, value));
     } catch (error) {
       waiting?.reject(error);
+    }
+  }
+
+  /** The extension has gone, perhaps for a newer one: nothing settles what waits for it. */
+  function rejectAll() {
+    for (const ticket in promised) {
+      settle(+ticket, 'error', gone);
     }
   }
 
@@ -285,6 +302,7 @@
     });
     listen(channel, 'tell', (/** @type {Event} */ told) => hear(parse(detailOf(told))));
     dispatch(channel, new CustomEvent('taken'));
+    listen(page, 'orvane-web:page', rejectAll);
   }
 
   listen(page, 'orvane-web:channel', take);

@@ -418,6 +418,9 @@ TEST_F(BrowserLink, isNamed) {
        "a Flatpak (org.mozilla.firefox), in a sandbox: extensions start programs there only"},
       {"a Flatpak alone", "chromium", flatpak + "rm $BROWSERS/*", "program", "failed",
        "a Flatpak (org.chromium.Chromium), in a sandbox: extensions start no programs"},
+      {"a script that starts a snap", "firefox",
+       "echo 'exec /snap/bin/firefox \"$@\"' >>$BROWSERS/firefox-esr", "program", "failed",
+       "no firefox-esr in PATH"},
       {"a Flatpak as well", "", flatpak, "program", "warning", "; there is a Flatpak"},
       {"no extension", "", "rm $ADDONS $PREFERENCES", "extension", "failed", "neither"},
       {"its directory gone", "chromium", "rm -r ~/extension", "extension", "failed", "neither"},
@@ -498,6 +501,10 @@ rm $FIREFOX $CHROMIUM)";
     EXPECT_THAT(fixed.line(browser + std::string("-manifest")), HasSubstr(" created " + home()));
     EXPECT_THAT(fixed.line(browser + std::string("-host")),
                 HasSubstr("/prefix/libexec/orvane-web-host answers"));
+  }
+  const Outcome unloaded = check("", "rm -r ~/.mozilla/firefox ~/extension");
+  for (const char* browser : {"firefox", "chromium"}) {
+    EXPECT_THAT(unloaded.line(browser + std::string("-extension")), StartsWith("failed "));
   }
   const Outcome bare = check("", "rm -r ~/.mozilla ~/.config");
   EXPECT_THAT(bare.line("firefox"), StartsWith("ok "));

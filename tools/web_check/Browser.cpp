@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <cstdlib>
+#include <fstream>
 #include <sstream>
 
 namespace fs = std::filesystem;
@@ -11,6 +12,9 @@ namespace fs = std::filesystem;
 namespace web_check {
 
 namespace {
+
+// What is read of a script: longer ones do more than start another program.
+constexpr size_t kScriptHead = 4096;
 
 std::string environment(const char* name) {
   const char* const value = std::getenv(name);
@@ -32,11 +36,15 @@ fs::path chromiumDirectory() {
   return fs::path(own.empty() ? configuration() : own) / "chromium";
 }
 
-// Some distributions have a program in /usr/bin that starts the snap.
+// Some distributions have a link or a script in /usr/bin that starts the snap.
 bool isSnap(const fs::path& program) {
   std::error_code ignored;
   const std::string target = fs::canonical(program, ignored);
-  return target == "/usr/bin/snap" || target.rfind("/snap/", 0) == 0;
+  std::string head(kScriptHead, '\0');
+  std::ifstream file(program, std::ios::binary);
+  file.read(head.data(), kScriptHead);
+  return target == "/usr/bin/snap" || target.rfind("/snap/", 0) == 0 ||
+         (head.rfind("#!", 0) == 0 && head.find("/snap/bin/") != std::string::npos);
 }
 
 }  // namespace

@@ -227,8 +227,13 @@ bool isInstalled(const Browser& browser) {
   return !programOf(browser).empty() || !sandboxesOf(browser).empty();
 }
 
-bool hasExtension(const Browser& browser) {
-  return !findExtensions(browser).empty();
+bool isPrepared(const Browser& browser) {
+  std::string host;
+  std::error_code ignored;
+  const fs::path manifest = findManifest(browser);
+  return !findExtensions(browser).empty() ||
+         (!manifest.empty() && faultOf(browser, manifest, &host).empty() &&
+          fs::is_regular_file(host, ignored));
 }
 
 }  // namespace web_check

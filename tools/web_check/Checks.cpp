@@ -85,7 +85,7 @@ Report runChecks(bool fix, const Browser* browser) {
     return report;
   }
   for (const Browser& each : browsers()) {
-    if (isInstalled(each) && hasExtension(each)) {
+    if (isInstalled(each) && isPrepared(each)) {
       runBrowserChain(each, fix, &report);
     } else if (isInstalled(each)) {
       report.add(each.name,

@@ -18,15 +18,16 @@ the browser, and the file that leads from the one to the other. One line a check
 failed, what was seen, and what to do.
 
   --browser BROWSER  only this one, firefox or chromium, even if it has no extension; without it each
-                     that is installed and has the extension
+                     that is installed and has the extension, or a file that leads to the program
   --fix              makes the directories that are missing, and your own file that leads a browser to
                      the program, where it is missing or wrong (nothing else is changed)
   --json             prints one JSON object instead
   --version          prints the version and exits
   --help             prints this help and exits
 
-Set MOZ_PLUGIN_PATH as your browser has it. Nothing is started but orvane-web-host, for a moment. The exit code is 0 when all is well,
-1 when there are warnings, 2 when a check failed or the command could not be carried out.
+Set MOZ_PLUGIN_PATH as your browser has it. Nothing is started but orvane-web-host, for a moment. The
+exit code is 0 when all is well, 1 when there are warnings, 2 when a check failed or the command could
+not be carried out.
 )";
 
 }  // namespace

@@ -40,6 +40,7 @@ const kSentences = [
   [/^Error (contacting Orvane Pellion|creating HTTP request)/, 'unreachable'],
   [/^The website attempted to transfer to an unauthorized directory/, 'not-granted'],
   [/^A dialog is already open/, 'dialog-open'],
+  [/more than \d+ documents of this tab/, 'blocked'],
 ];
 
 // Methods whose answer is a text or nothing.
@@ -149,6 +150,11 @@ function pathOf(text) {
 function sessionOf(text) {
   const session = /^\{"app_id":"([^]*)"\}$/.exec(text);
   return session ? { app_id: session[1] } : answerOf(text);
+}
+
+/** @param {unknown} data */
+function dataText(data) {
+  return data === undefined || data === null ? '' : typeof data === 'string' ? data : JSON.stringify(data);
 }
 
 /** @param {FileTypes} [types] */
@@ -306,6 +312,7 @@ class TransferQueue {
   /** @returns {Promise<IteratorResult<Transfer>>} */
   return() {
     this._unread.clear();
+    this._error = undefined;
     this.end();
     return Promise.resolve({ value: undefined, done: true });
   }
@@ -400,7 +407,12 @@ class PluginConnection extends Target {
    * @param {Stoppable} [options]
    */
   request(method, path, data, options) {
-    const text = data === undefined || data === null ? '' : typeof data === 'string' ? data : JSON.stringify(data);
+    let text = '';
+    try {
+      text = dataText(data);
+    } catch (cause) {
+      return Promise.reject(asOurs(cause, 'refused'));
+    }
     return this._callBack('pellionHttpRequestAsync', [method, path, text], answerOf, options);
   }
 
@@ -486,7 +498,8 @@ class PluginConnection extends Target {
     return this.request('POST', '/v4/transfers/start', { transfer_specs: [spec] }, { signal: options.signal })
       .then((/** @type {OrvaneWeb.StartedTransfers} */ started) => {
         return this.transfers({ ids: started.transfers.map(({ id }) => id), signal: options.signal });
-      });
+      })
+      .catch((error) => { throw asOurs(error); });
   }
 
   /**
@@ -648,15 +661,24 @@ function wayTo(element) {
   return element[kPromises] || (typeof element.queryVersion === 'function' ? membersOf(element) : null);
 }
 
-function missing() {
+/**
+ * Why there is no plugin at the element.
+ * @param {any} element
+ */
+function missingAt(element) {
+  const type = typeof element.getAttribute === 'function' ? String(element.getAttribute('type')) : kType;
+  if (type.trim().toLowerCase() !== kType || element.isConnected === false) {
+    return new OrvaneWebError('refused', `The element is not of the type ${kType}, or not in the document.`);
+  }
   const types = /** @type {any} */ (navigator).mimeTypes;
   if (types && types[kType]) {
     return new OrvaneWebError('blocked', 'Orvane Web is installed, but this browser keeps it from this page. ' +
       'Allow it here, and load the page again.');
   }
   return /Firefox|Chrom/.test(navigator.userAgent)
-    ? new OrvaneWebError('missing', 'The Orvane Web extension is missing. Install the package ' +
-        'orvane-web-extension, start the browser anew, and load the page again.')
+    ? new OrvaneWebError('missing', 'The Orvane Web extension is missing, or kept from this page. Install the ' +
+        'package orvane-web-extension and start the browser anew, or allow the extension here, in private windows ' +
+        'as well; then load the page again.')
     : new OrvaneWebError('missing', 'The Orvane Web plugin is missing. Put nporvaneweb.so into ' +
         '~/.mozilla/plugins, start the browser anew, and load the page again.');
 }
@@ -677,7 +699,7 @@ function findWay(element, wait) {
       } else if (Date.now() < deadline) {
         setTimeout(look, 20);
       } else {
-        reject(missing());
+        reject(missingAt(element));
       }
     })();
   });
@@ -743,6 +765,9 @@ export function connect(target, options) {
     return Promise.reject(aborted(signal));
   }
   const isElement = given.nodeType === 1 || wayTo(given) !== null;
+  if (!isElement && !parent && !document.body) {
+    return Promise.reject(new OrvaneWebError('refused', 'The document has no body yet to put an element into.'));
+  }
   const element = isElement ? given : makeElement(given, parent);
   const onEnd = () => {
     kConnections.delete(element);

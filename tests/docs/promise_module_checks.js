@@ -61,6 +61,7 @@ async function checkModule(print) {
     ['This site is not allowed to use Orvane Web. Allow it: …', 'not-allowed'],
     ['Orvane Web: the program beside the browser has ended. Reload the page.', 'ended'],
     ['There is no orvane-web-host.', 'missing'],
+    ['Orvane Web: more than 64 documents of this tab use the plugin.', 'blocked'],
   ]) {
     const way = fakeElement({ queryVersion: throwing(text) });
     same(await outcome(connect(way.element)), [code, text, null], 'connect');
@@ -68,7 +69,15 @@ async function checkModule(print) {
   same((await outcome(connect({ nodeType: 1 }, { wait: 0 })))[0], 'missing', 'an element without a plugin');
   navigator.mimeTypes = { 'application/x-orvane-web': {} };
   same((await outcome(connect({ nodeType: 1 }, { wait: 0 })))[0], 'blocked', 'a plugin that is kept away');
-  same((await outcome(connect(null)))[0], 'refused', 'no element');
+  globalThis.document = { body: null };
+  for (const [target, label] of [
+    [null, 'no element'],
+    [{}, 'no body to put one into'],
+    [{ nodeType: 1, getAttribute: () => 'text/plain' }, 'another type'],
+    [{ nodeType: 1, isConnected: false }, 'out of the document'],
+  ]) {
+    same((await outcome(connect(target, { wait: 0 })))[0], 'refused', label);
+  }
 
   const own = (message) => `{"error":{"code":-1,"user_message":"${message}"}}`;
   for (const [text, expected] of [
@@ -132,6 +141,12 @@ async function checkModule(print) {
     const told = [];
     orvane.addEventListener('close', ({ detail }) => told.push(detail.code));
     same(await orvane.initSession('a "b"'), { app_id: 'a "b"' }, 'session');
+    const endless = {};
+    endless.self = endless;
+    same((await outcome(orvane.request('POST', '/', endless)))[0], 'refused', 'what becomes no JSON');
+    const odd = await connect(fakeElement({ ...kVersion, ...kSession, pellionHttpRequestAsync: () => '{}' }).element);
+    await odd.initSession('a');
+    same((await outcome(odd.download('x')))[0], 'failed', 'an answer that names no transfers');
     same((await outcome((await connect(fakeElement(kVersion).element)).download('x')))[0], 'refused', 'no session');
     const state = (id, status, percentage) => ({ id, status, percentage });
     way.tell('transfer', { transfers: [state('early', 'completed', 100), state('other', 'completed', 100)] });
@@ -153,6 +168,10 @@ async function checkModule(print) {
     controller.abort();
     same((await outcome(aborted.next()))[0], 'aborted', 'an iterator that is aborted');
     same((await outcome(aborted.next())).done, true, 'after that');
+    const left = orvane.transfers({ signal: controller });
+    controller.abort();
+    await left.return();
+    same((await outcome(left.next())).done, true, 'an iterator that is left');
 
     const waiting = [orvane.request('GET', '/'), orvane.transfers().next(), orvane.transfers({ ids: ['never'] }).next()];
     way.gone = 'Orvane Web: the program beside the browser has ended. Reload the page.';

@@ -59,6 +59,9 @@ export class HeldRequests {
     if (operation === undefined) {
       return redirectTo('ready');
     }
+    if (link.asked.has(operation.n)) {
+      return { cancel: true };
+    }
     const call = `${key}-${operation.n}`;
     return new Promise((resolve) => {
       this.held.set(call, (pieces) => {

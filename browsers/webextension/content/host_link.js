@@ -72,7 +72,7 @@ class HostLink {
     if (answer?.error === sentences.hostGone) {
       this.end(answer.error);  // the port's word of it comes later
     }
-    return answer ?? { answer: n, error: this.complaint || sentences.hostGone };
+    return answer ?? { answer: n, error: this.complaint || sentences.forbidden };
   }
 
   /** @param {object} message */

@@ -11,8 +11,9 @@ const anyHost = 'https://orvane.invalid';
  */
 class SynchronousRequests {
   constructor() {
-    /** Where requests of this document may go; empty until one was answered. */
+    /** Where requests of this document may go; empty until one was answered, and when one fails later. */
     this.base = '';
+    this.wasAnswered = false;
     this.answers = [extension.runtime.getURL('answer.txt?'), 'data:text/plain,answer?'];
     this.pending = 'data:text/plain,pending';
     /** @type {{taken?: number}} Chromium: the call whose answer was read last */
@@ -26,6 +27,7 @@ class SynchronousRequests {
     }
     if (!this.base && !link.complaint) {
       this.base = isFirefox ? this.baseOfFirefox(link) : this.baseOfChromium();
+      this.wasAnswered ||= this.base !== '';
     }
     return this.base !== '';
   }
@@ -39,13 +41,13 @@ class SynchronousRequests {
     const n = operation.n;
     try {
       if (isFirefox) {
-        return this.complete(this.askBackground(link, { operation }), (part) => this.askBackground(link, { n, part }));
+        return this.complete(this.askOnce(link, operation), (part) => this.askBackground(link, { n, part }));
       }
       const address = `${this.base}/.orvane-call/${link.key}-${n}`;
       const first = this.poll(link, operation, address);
       return first === null ? null : this.complete(first, (part) => this.fetch('GET', `${address}?part=${part}`));
     } catch {
-      this.base = '';  // the page may have a stricter policy now
+      this.base = '';  // the page may have a stricter policy now, or is being left
       link.post({ skip: n });
       return null;
     } finally {
@@ -101,8 +103,8 @@ class SynchronousRequests {
         if (this.fetch('GET', `${anyHost}/.orvane-ready`) !== null) {
           return anyHost;
         }
-      } catch {
-        if (this.forbidden() || performance.now() > 10_000) {
+      } catch (error) {
+        if (this.wasAnswered || this.forbidden(error) || performance.now() > 10_000) {
           return '';
         }
       }
@@ -110,8 +112,11 @@ class SynchronousRequests {
     return '';
   }
 
-  /** @private */
-  forbidden() {
+  /** A page that is being left may not wait either; only the error tells. @private @param {any} error */
+  forbidden(error) {
+    if (/page dismissal/.test(error.message)) {
+      return true;
+    }
     const policy = /** @type {any} */ (document).featurePolicy;
     return policy !== undefined && !policy.allowsFeature('sync-xhr');
   }
@@ -157,6 +162,24 @@ class SynchronousRequests {
         this.taken = {};
       }
     }, 0);
+  }
+
+  /**
+   * The page may have a stricter policy now, which its own site is left by. The background takes no number twice.
+   * @private
+   * @param {HostLink} link
+   * @param {Operation & {n: number}} operation
+   */
+  askOnce(link, operation) {
+    try {
+      return this.askBackground(link, { operation });
+    } catch (error) {
+      this.base = '';
+      if (!this.usable(link)) {
+        throw error;
+      }
+      return this.askBackground(link, { operation });
+    }
   }
 
   /**

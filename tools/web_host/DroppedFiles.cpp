@@ -22,9 +22,9 @@ std::string validName(const std::string& name) {
 DroppedFiles::DroppedFiles(const std::string& uris) {
   char** lines = g_uri_list_extract_uris(uris.c_str());
   for (char** line = lines; *line != nullptr; ++line) {
+    _uris.emplace_back(*line);
     char* path = g_filename_from_uri(*line, nullptr, nullptr);
     if (path != nullptr) {
-      _uris.emplace_back(*line);
       _names.push_back(validName(taken(g_path_get_basename(path))));
       g_free(path);
     }

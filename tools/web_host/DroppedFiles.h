@@ -7,13 +7,14 @@
 
 namespace web_host {
 
-// The files in a list of the type text/uri-list; lines that name none are left out.
+// The files in a list of the type text/uri-list, and what else it names.
 class DroppedFiles {
  public:
   explicit DroppedFiles(const std::string& uris);
 
-  size_t count() const { return _uris.size(); }
-  // The list of the files alone, as it was given.
+  // Of the files.
+  size_t count() const { return _names.size(); }
+  // All that the list names, as it was given: what is no local file is the module's to refuse.
   std::string list() const;
   // Whether these are the files' own names, as a browser shows them, in whatever order. In it, what
   // is no UTF-8 stands as U+FFFD.

@@ -47,7 +47,8 @@ class AreaDrops {
 
   /** Whether an element with these parameters takes drops. @param {[string, string][]} params */
   static areTaken(params) {
-    return params.some(([name, value]) => name === 'drop-mode' && (value === 'upload' || value === 'callback'));
+    const mode = params.findLast(([name]) => name === 'drop-mode')?.[1];  // as the module reads them
+    return mode === 'upload' || mode === 'callback';
   }
 
   /** The drop window has been opened or closed. @param {boolean} open */
@@ -79,14 +80,15 @@ class AreaDrops {
     this.ended.abort();
   }
 
-  /** @private @param {DragEvent} event */
+  /**
+   * Whatever was over the area before: nobody tells that it left an area that was hidden under it.
+   * @private @param {DragEvent} event
+   */
   enter(event) {
-    if (!this.over) {
-      this.over = true;
-      this.possible = true;
-      const drag = ++this.lastDrag;
-      this.send({ op: 'drag' }, (answer) => drag === this.lastDrag && this.learn(answer.error));
-    }
+    this.over = true;
+    this.possible = true;
+    const drag = ++this.lastDrag;
+    this.send({ op: 'drag' }, (answer) => drag === this.lastDrag && this.learn(answer.error));
     this.stay(event);
   }
 
@@ -126,16 +128,27 @@ class AreaDrops {
     }
   }
 
-  /** @private @param {string} text */
+  /** Not where nothing works: a window would not either. @private @param {string} text */
   offer(text) {
-    this.offers = true;
-    this.area.sayButton(text);
+    if (!this.area.complaint) {
+      this.offers = true;
+      this.area.sayButton(text);
+    }
   }
 
   /** @private */
   open() {
-    if (this.offers) {
-      this.send({ op: 'window' }, (answer) => answer.error !== undefined && console.warn(answer.error));
+    if (this.offers && !this.area.complaint) {
+      this.send({ op: 'window' }, (answer) => answer.error !== undefined && this.failToOpen(answer.error));
+    }
+  }
+
+  /** @private @param {string} error */
+  failToOpen(error) {
+    console.warn(error);
+    if (!this.area.complaint) {
+      this.offers = false;
+      this.area.say(extension.i18n.getMessage('areaNoWindow'), error);
     }
   }
 }

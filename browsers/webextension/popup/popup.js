@@ -68,13 +68,18 @@ function askSite(origin, place) {
   const host = new HostQuestion(origin);
   const again = async () => {
     const state = await host.state(false);
-    place(siteRow(state), async () => {
+    place(siteRow(state), forget);
+    return state;
+  };
+  const forget = async () => {
+    try {
       await host.forget();
       const now = await host.state(false);
       await noteLeave(now.origin, now.leave);
       await again();
-    });
-    return state;
+    } catch (error) {
+      place({ status: 'failed', seen: /** @type {Error} */ (error).message, forget: true }, forget);
+    }
   };
   return { host, known: again() };
 }

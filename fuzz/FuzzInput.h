@@ -34,7 +34,12 @@ class FuzzInput {
   // At most `limit` - 1.
   size_t below(size_t limit) { return byte() % limit; }
   bool flag() { return (byte() & 1) != 0; }
-  std::string text() { return upTo(_whole.find('\x1e', _at)); }
+  std::string text() {
+    const size_t end = _whole.find('\x1e', _at);
+    const std::string found = empty() ? "" : _whole.substr(_at, end - _at);
+    _at = std::min(end, _whole.size()) + 1;
+    return found;
+  }
   std::vector<std::string> texts(size_t limit) {
     std::vector<std::string> found;
     while (!empty() && found.size() < limit) {
@@ -42,15 +47,8 @@ class FuzzInput {
     }
     return found;
   }
-  std::string remainder() { return upTo(std::string::npos); }
 
  private:
-  std::string upTo(size_t end) {
-    const std::string found = empty() ? "" : _whole.substr(_at, end - _at);
-    _at = std::min(end, _whole.size()) + 1;
-    return found;
-  }
-
   std::string _whole;
   size_t _at = 0;
 };

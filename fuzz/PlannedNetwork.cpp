@@ -31,7 +31,6 @@ std::mutex mutex;
 std::vector<Answer> answers;
 size_t next = 0;
 std::map<int, Connection> connections;  // by the client's descriptor
-std::string request;
 
 size_t segment(const Answer& answer, size_t index, size_t size) {
   return index < answer.segments.size()
@@ -51,11 +50,6 @@ void planned_network::plan(const std::vector<Answer>& planned) {
   next = 0;
 }
 
-std::string planned_network::lastRequest() {
-  const std::lock_guard<std::mutex> lock(mutex);
-  return request;
-}
-
 // The peer's end holds the whole answer before the client reads.
 extern "C" int __wrap_connect(int sock, const sockaddr*, socklen_t) {
   const std::lock_guard<std::mutex> lock(mutex);
@@ -73,7 +67,6 @@ extern "C" int __wrap_connect(int sock, const sockaddr*, socklen_t) {
     close(connections[sock].peer);
   }
   connections[sock] = Connection{ends[1], answer};
-  request.clear();
   return 0;
 }
 
@@ -96,9 +89,7 @@ extern "C" ssize_t __wrap_send(int sock, const void* buffer, size_t size, int fl
   char taken[4096];
   const size_t most = std::min(size, sizeof(taken));
   __real_send(sock, buffer, segment(connection.answer, connection.sends++, most), flags);
-  const ssize_t count = __real_recv(connection.peer, taken, sizeof(taken), MSG_DONTWAIT);
-  request.append(taken, static_cast<size_t>(std::max<ssize_t>(0, count)));
-  return count;
+  return __real_recv(connection.peer, taken, sizeof(taken), MSG_DONTWAIT);
 }
 
 // No name is ever looked up.

@@ -19,8 +19,6 @@ struct Answer {
 // The answers of the next connections, from the first again after the last; without one every
 // connection is refused. Ends all connections.
 void plan(const std::vector<Answer>& answers);
-// What was sent over the latest connection.
-std::string lastRequest();
 
 }  // namespace planned_network
 

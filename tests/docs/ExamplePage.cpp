@@ -22,6 +22,15 @@ std::string textElement(const std::string& id, const std::string& text) {
 
 }  // namespace
 
+std::vector<Example> promiseExamples(bool dropping) {
+  std::vector<Example> examples = readExamples(kPromiseApi);
+  const auto isOther = [dropping](const Example& example) {
+    return dropping != (example.user.rfind("drop", 0) == 0);
+  };
+  examples.erase(std::remove_if(examples.begin(), examples.end(), isOther), examples.end());
+  return examples;
+}
+
 void writeFiles(const std::string& home) {
   for (const char* folder : {"/picked", "/received"}) {
     fs::create_directories(home + folder);

@@ -10,6 +10,9 @@ namespace docs {
 
 inline constexpr char kPromiseApi[] = "docs/promise-api.md";
 
+// The examples of the promise API whose user drops files, or all the others.
+std::vector<Example> promiseExamples(bool dropping);
+
 // The files and folders of the user, below the directory.
 void writeFiles(const std::string& home);
 

@@ -114,14 +114,18 @@ TEST_F(HttpExchange, logsRequestTimeAndResponseInFullDetailOnly) {
                              "HTTP/1.1 200 OK\r\nContent-Length: 9\r\n\r\n100 %s %n\n"));
 }
 
-// A response whose bytes arrive in two chunks, the first of `first` bytes: its code and body.
-std::string readInTwo(const std::string& bytes, size_t first) {
+// A response whose bytes arrive in chunks of these sizes: its code and body.
+std::string readIn(const std::string& bytes, const std::deque<size_t>& sizes) {
   ScriptedServer server(bytes);
-  plannedReceives = {first, bytes.size() - first};
+  plannedReceives = sizes;
   HttpRequest request("127.0.0.1", static_cast<unsigned short>(server.port()));
   const Response response(request.invoke());
   plannedReceives.clear();
   return response ? std::to_string(response->statusCode()) + " " + response->data() : "none";
+}
+
+std::string readInTwo(const std::string& bytes, size_t first) {
+  return readIn(bytes, {first, bytes.size() - first});
 }
 
 using ResponseReading = LoggedSandbox;
@@ -149,6 +153,7 @@ TEST_F(ResponseReading, endsAndCutsByTheAnnouncedLengthWhereverAChunkEnds) {
     EXPECT_EQ(readInTwo(bytes, bytes.size()), c.expected);
     const std::string log = logText().substr(logged);
     EXPECT_EQ(log.find("ERR recv() returned 0\n") != std::string::npos, c.untilClose) << log;
+    EXPECT_EQ(readIn(bytes, std::deque<size_t>(bytes.size(), 1)), c.expected) << "byte by byte";
     for (size_t end = 1; end < bytes.size(); ++end) {
       ASSERT_EQ(readInTwo(bytes, end), c.expected) << bytes.substr(0, end);
     }

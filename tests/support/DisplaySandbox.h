@@ -6,12 +6,8 @@
 
 namespace test_support {
 
-// A private home and a screen of its own, with file choosers set up so that typed paths arrive
-// whole.
+// A private home and a screen of its own.
 class DisplaySandbox : public Sandbox {
- protected:
-  DisplaySandbox();
-
  private:
   XDisplay _display;
 };

@@ -113,8 +113,6 @@ class FakeBrowser {
   };
 
   void fillTable();
-  template <typename... Entries>
-  void refuseEntries(Entries&... entries);
   void breach(const std::string& text);
   void checkMain(const char* function);
   void checkInstance(NPP instance, const char* function);

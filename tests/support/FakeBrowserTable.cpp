@@ -139,22 +139,19 @@ struct FakeBrowser::Table {
     current()._queueChanged.notify_all();
   }
 
-  template <typename Result, typename... Arguments>
-  static void refuse(Result (*&entry)(Arguments...)) {
-    entry = [](Arguments...) -> Result {
-      current().breach("an entry of the table was called that plugins here must not use");
-      return Result();
-    };
+  // Of every entry, whatever its arguments and its answer.
+  static void* refuse() {
+    current().breach("an entry of the table was called that plugins here must not use");
+    return nullptr;
   }
 };
 
-template <typename... Entries>
-void FakeBrowser::refuseEntries(Entries&... entries) {
-  (Table::refuse(entries), ...);
-}
-
 void FakeBrowser::fillTable() {
   NPNetscapeFuncs& f = _functions;
+  void* (*const refuse)() = Table::refuse;
+  for (size_t entry = sizeof(refuse); entry < sizeof(f); entry += sizeof(refuse)) {
+    std::memcpy(reinterpret_cast<char*>(&f) + entry, &refuse, sizeof(refuse));
+  }
   f.size = sizeof(NPNetscapeFuncs);
   f.version = NP_VERSION_MINOR;
   f.geturl = Table::geturl;
@@ -175,15 +172,6 @@ void FakeBrowser::fillTable() {
   f.hasmethod = Table::hasmethod;
   f.releasevariantvalue = Table::releasevariantvalue;
   f.pluginthreadasynccall = Table::pluginthreadasynccall;
-  refuseEntries(
-      f.posturl, f.requestread, f.newstream, f.write, f.destroystream, f.status, f.memflush,
-      f.reloadplugins, f.getJavaEnv, f.getJavaPeer, f.geturlnotify, f.posturlnotify, f.setvalue,
-      f.invalidaterect, f.invalidateregion, f.forceredraw, f.getstringidentifiers,
-      f.intfromidentifier, f.evaluate, f.setproperty, f.removeproperty, f.hasproperty,
-      f.setexception, f.pushpopupsenabledstate, f.poppopupsenabledstate, f.enumerate, f.construct,
-      f.getvalueforurl, f.setvalueforurl, f.getauthenticationinfo, f.scheduletimer,
-      f.unscheduletimer, f.popupcontextmenu, f.convertpoint, f.handleevent, f.unfocusinstance,
-      f.urlredirectresponse, f.initasyncsurface, f.finalizeasyncsurface, f.setcurrentasyncsurface);
 }
 
 }  // namespace test_support

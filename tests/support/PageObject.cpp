@@ -31,58 +31,41 @@ PageArguments collect(const NPVariant* args, uint32_t argCount) {
   return arguments;
 }
 
-NPObject* allocate(NPP, NPClass*) {
-  return new PageObject();
-}
-
-void deallocate(NPObject* object) {
-  delete pageObject(object);
-}
-
-bool hasMethod(NPObject* object, NPIdentifier name) {
-  return find(pageObject(object)->methods, name) != nullptr;
-}
-
-bool invoke(NPObject* object, NPIdentifier name, const NPVariant* args, uint32_t argCount,
-            NPVariant* result) {
-  const PageFunction* method = find(pageObject(object)->methods, name);
-  return method != nullptr && store((*method)(collect(args, argCount)), result);
-}
-
-bool invokeDefault(NPObject* object, const NPVariant* args, uint32_t argCount, NPVariant* result) {
-  PageObject* callee = pageObject(object);
-  if (!callee->function) {
-    return false;
-  }
-  callee->callRecord.push_back(collect(args, argCount));
-  return store(callee->function(callee->callRecord.back()), result);
-}
-
-bool hasProperty(NPObject* object, NPIdentifier name) {
-  return find(pageObject(object)->properties, name) != nullptr;
-}
-
-bool getProperty(NPObject* object, NPIdentifier name, NPVariant* result) {
-  const PageValue* value = find(pageObject(object)->properties, name);
-  return value != nullptr && store(*value, result);
-}
-
 }  // namespace
 
 NPClass* PageObject::objectClass() {
-  static NPClass record = {NP_CLASS_STRUCT_VERSION,
-                           allocate,
-                           deallocate,
-                           nullptr,
-                           hasMethod,
-                           invoke,
-                           invokeDefault,
-                           hasProperty,
-                           getProperty,
-                           nullptr,
-                           nullptr,
-                           nullptr,
-                           nullptr};
+  static NPClass record = {
+      NP_CLASS_STRUCT_VERSION,
+      [](NPP, NPClass*) -> NPObject* { return new PageObject(); },
+      [](NPObject* object) { delete pageObject(object); },
+      nullptr,
+      [](NPObject* object, NPIdentifier name) {
+        return find(pageObject(object)->methods, name) != nullptr;
+      },
+      [](NPObject* object, NPIdentifier name, const NPVariant* args, uint32_t argCount,
+         NPVariant* result) {
+        const PageFunction* method = find(pageObject(object)->methods, name);
+        return method != nullptr && store((*method)(collect(args, argCount)), result);
+      },
+      [](NPObject* object, const NPVariant* args, uint32_t argCount, NPVariant* result) {
+        PageObject* callee = pageObject(object);
+        if (!callee->function) {
+          return false;
+        }
+        callee->callRecord.push_back(collect(args, argCount));
+        return store(callee->function(callee->callRecord.back()), result);
+      },
+      [](NPObject* object, NPIdentifier name) {
+        return find(pageObject(object)->properties, name) != nullptr;
+      },
+      [](NPObject* object, NPIdentifier name, NPVariant* result) {
+        const PageValue* value = find(pageObject(object)->properties, name);
+        return value != nullptr && store(*value, result);
+      },
+      nullptr,
+      nullptr,
+      nullptr,
+      nullptr};
   return &record;
 }
 

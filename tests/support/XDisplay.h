@@ -10,7 +10,8 @@
 namespace test_support {
 
 // A virtual X server of its own (Xvfb, on a display that it picks), ended with the object. DISPLAY
-// names it from the construction on.
+// names it from the construction on; file choosers are set up, below the home directory, so that
+// typed paths arrive whole.
 class XDisplay {
  public:
   XDisplay();

@@ -1,5 +1,7 @@
 #include <gmock/gmock.h>
 
+#include <csignal>
+#include <cstdlib>
 #include <filesystem>
 #include <regex>
 
@@ -34,12 +36,12 @@ class Engine : public test_support::WebPage {
   void expectNothingStaysBehind(const std::string& address, int loads, int seconds) {
     open(address, seconds);
     waitForLine("load 5");
-    const size_t threads = countHostThreads();
-    const size_t descriptors = countHostDescriptors();
+    const size_t threads = countOfHost("task");
+    const size_t descriptors = countOfHost("fd");
     waitForLine("load " + std::to_string(loads));
     waitForLine("settled");
-    EXPECT_LT(countHostThreads(), threads + 5);
-    EXPECT_LT(countHostDescriptors(), descriptors + 10);
+    EXPECT_LT(countOfHost("task"), threads + 5);
+    EXPECT_LT(countOfHost("fd"), descriptors + 10);
     expectDone();
   }
 };
@@ -78,8 +80,7 @@ TEST_F(Engine, keepsInstancesApart) {
   runPage(fileAddress("instances.html"));
 }
 
-// Not inside a drop observer's call: the engine never shows the drop area. The tests of the
-// documentation do that, with the page host.
+// Not inside a drop observer's call: the engine never shows the drop area.
 TEST_F(Engine, survivesTheRemovalOfItsElementAtAnyMoment) {
   open(httpAddress("removal.html"));
   waitForLine("dialog: save for the dead");
@@ -130,4 +131,39 @@ TEST_F(Engine, takesOnlyTheStreamThatIsItsPicture) {
     EXPECT_EQ(streamCalls(), row.expected);
   }
   EXPECT_THAT(requestedPaths(), testing::Not(testing::Contains("/files/never.png")));
+}
+
+// A browser that people use, with the same engine.
+class Browser : public test_support::WebPage {
+ protected:
+  // The last word of a page, as it told the server.
+  std::string lastWord() const {
+    for (const std::string& requested : requestedPaths()) {
+      if (requested.compare(0, 6, "/said/") == 0) {
+        return requested.substr(6);
+      }
+    }
+    return std::string();
+  }
+};
+
+TEST_F(Browser, downloadsAFileForAPage) {
+  if (std::system("command -v qutebrowser >/dev/null && "
+                  "/usr/bin/python3 -c 'import PyQt5.QtWebKitWidgets' 2>/dev/null") != 0) {
+    GTEST_SKIP() << "There is no qutebrowser with QtWebKit: install qutebrowser, "
+                    "qutebrowser-qtwebkit and python3-pyqt5.qtwebkit";
+  }
+  makeFile("report.bin", 100000);
+  test_support::ChildProgram browser({"qutebrowser", "--backend", "webkit", "--temp-basedir", "-s",
+                                      "content.plugins", "true", httpAddress("browser.html")},
+                                     {path("output"), path("output")});
+  EXPECT_TRUE(
+      waitFor([&] { return !lastWord().empty() || browser.hasEnded(); }, std::chrono::seconds(60)));
+  EXPECT_EQ(std::system("import -window root " SCREENSHOT), 0);
+  EXPECT_EQ(lastWord(), "0") << "see " SCREENSHOT;
+  EXPECT_FALSE(browser.hasEnded());
+  EXPECT_TRUE(readFile(path("Downloads/report.bin")) == readFile(path("files/report.bin")));
+  // It quits in order, and says why.
+  browser.signal(SIGTERM);
+  EXPECT_EQ(browser.wait(), 128 + SIGTERM);
 }

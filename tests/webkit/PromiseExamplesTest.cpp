@@ -1,4 +1,3 @@
-#include <algorithm>
 #include <regex>
 
 #include "tests/docs/ExamplePage.h"
@@ -7,16 +6,6 @@
 // The examples of the promise API in an engine that knows neither modules nor `await`.
 class PromiseExample : public test_support::WebPage,
                        public testing::WithParamInterface<docs::Example> {};
-
-// The engine does not show the area.
-static std::vector<docs::Example> examplesWithoutDrops() {
-  std::vector<docs::Example> examples = docs::readExamples(docs::kPromiseApi);
-  examples.erase(
-      std::remove_if(examples.begin(), examples.end(),
-                     [](const auto& example) { return example.user.rfind("drop", 0) == 0; }),
-      examples.end());
-  return examples;
-}
 
 TEST_P(PromiseExample, printsWhatThePageSays) {
   const docs::Example& example = GetParam();
@@ -42,7 +31,8 @@ TEST_P(PromiseExample, printsWhatThePageSays) {
   expectDone();
 }
 
-INSTANTIATE_TEST_SUITE_P(PromiseApi, PromiseExample, testing::ValuesIn(examplesWithoutDrops()),
-                         [](const auto& test) {
+// The engine does not show the area.
+INSTANTIATE_TEST_SUITE_P(PromiseApi, PromiseExample,
+                         testing::ValuesIn(docs::promiseExamples(false)), [](const auto& test) {
                            return std::regex_replace(test.param.name, std::regex("-"), "_");
                          });

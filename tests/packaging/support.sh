@@ -78,7 +78,8 @@ try_out() {
   else
     echo "Skipped: there is no browser engine to load the module with"
   fi
-  "$1/bin/orvane-page-host" --fail-fast --timeout 60 \
+  # Programs find the module of their own installation.
+  env -u MOZ_PLUGIN_PATH "$1/bin/orvane-page-host" --fail-fast --timeout 60 \
     --arg "source=$home/notes.txt" --arg "original=$home/notes.txt" \
     --arg "downloads=$home/Downloads" --arg "upload=$home/notes.txt" \
     --arg "target=$home/received/" "$1/share/doc/orvane-web/examples/first-steps.js" \

@@ -14,6 +14,7 @@ namespace npapi_host {
 namespace {
 
 const char kFileName[] = "nporvaneweb.so";
+const char kSystem[] = "/usr/lib/mozilla/plugins";
 
 // Beside the program, where an installation or a build tree puts the module, and where browsers
 // look.
@@ -33,7 +34,11 @@ std::vector<fs::path> searchDirectories() {
   if (const char* home = std::getenv("HOME")) {
     directories.push_back(fs::path(home) / ".mozilla/plugins");
   }
-  directories.emplace_back("/usr/lib/mozilla/plugins");
+  const fs::path prefix = (program / ".." / ORVANE_PLUGIN_DIRECTORY).lexically_normal();
+  if (prefix != kSystem) {
+    directories.push_back(prefix);
+  }
+  directories.emplace_back(kSystem);
   return directories;
 }
 

@@ -17,8 +17,8 @@ A small browser for one page script: loads an NPAPI plugin module, makes one ins
 runs the script with that instance's script object as `plugin`.
 
   --module PATH         the module; without it nporvaneweb.so is searched beside this program, in
-                        ../lib, in the directories of MOZ_PLUGIN_PATH, in ~/.mozilla/plugins and
-                        /usr/lib/mozilla/plugins
+                        ../lib, in the directories of MOZ_PLUGIN_PATH, in ~/.mozilla/plugins,
+                        ../lib/mozilla/plugins and /usr/lib/mozilla/plugins
   --param NAME=VALUE    a parameter of the embed element (repeatable)
   --hostname NAME       the page's host name, for window.location (default: none, a local file)
   --user-agent TEXT     what the browser calls itself

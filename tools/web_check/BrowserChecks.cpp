@@ -8,6 +8,7 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <regex>
 #include <sstream>
 #include <string>
 
@@ -197,7 +198,8 @@ Finding checkHost(Context* context) {
 Finding checkHostModule(Context* context) {
   const Handshake& handshake = context->handshake;
   if (!handshake.moduleError.empty()) {
-    return Finding::failed(handshake.moduleError, "install the package orvane-web");
+    return Finding::failed(std::regex_replace(handshake.moduleError, std::regex("\\s*\n\\s*"), " "),
+                           "install the package orvane-web");
   }
   return handshake.modulePath.empty()
              ? Finding::warning("the host does not tell which module it takes", kInstall)

@@ -64,6 +64,7 @@ void AreaToday::dropFromFileManager(const std::string& folder) {
 
 void AreaToday::dropFromThreeKindsOfPrograms() {
   next();
+  EXPECT_TRUE(waitFor([] { return pixels("\\xE1\\xEC\\xF7") > 10000; }));
   takeScreenshot("area");
   dropNotes([this] { takeScreenshot("area-over"); });
   EXPECT_EQ(waitForLine("send"), "send " + path("received/notes.txt"));

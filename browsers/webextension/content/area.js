@@ -44,7 +44,7 @@ class PluginArea {
     PluginArea.style(this.content, {
       all: 'initial', display: 'flex', position: 'absolute', inset: '0', 'align-items': 'center',
       'justify-content': 'center', 'text-align': 'center', 'pointer-events': 'none', color: 'black',
-      font: '14px sans-serif', 'user-select': 'none',
+      font: '14px sans-serif', 'user-select': 'none', 'outline-offset': '-1px',
     });
     this.host.attachShadow({ mode: 'closed' }).append(this.box);
     this.box.append(this.content);
@@ -101,6 +101,7 @@ class PluginArea {
     this.keep();
     if (!shown) {
       this.box.style.setProperty('display', 'none', 'important');
+      this.highlight(false);  // what was over it does not tell that it leaves
       return;
     }
     const origin = this.host.getBoundingClientRect();
@@ -183,6 +184,11 @@ class PluginArea {
     if (this.isLabelled) {
       this.sayLabel();
     }
+  }
+
+  /** The frame that the module's area has while it would take what is over it. @param {boolean} is */
+  highlight(is) {
+    this.content.style.setProperty('outline', is ? '1px solid black' : 'none', 'important');
   }
 
   /** Nothing works here, and why. @param {string} complaint */

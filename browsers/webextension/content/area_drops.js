@@ -95,10 +95,12 @@ class AreaDrops {
   /** @private @param {DragEvent} event */
   stay(event) {
     /** @type {DataTransfer} */ (event.dataTransfer).dropEffect = this.possible ? 'copy' : 'none';
+    this.area.highlight(this.possible);
   }
 
   /** @private */
   leave() {
+    this.area.highlight(false);
     if (this.over) {
       this.over = false;
       this.send({ op: 'dragEnd' });
@@ -108,6 +110,7 @@ class AreaDrops {
   /** @private @param {DragEvent} event */
   drop(event) {
     const files = [.../** @type {DataTransfer} */ (event.dataTransfer).files];
+    this.area.highlight(false);
     if (this.over) {
       this.over = false;
       const drag = this.lastDrag;

@@ -34,7 +34,7 @@ class BrowserPage : public DisplaySandbox, public testing::WithParamInterface<co
 
   void open(const std::string& address);
   // Reads what pages say until a line that begins with `text`. Throws a runtime error when nothing
-  // is said for a minute, or the page's last word comes first.
+  // is said for three minutes, or the page's last word comes first.
   std::string waitForLine(const std::string& text);
   // Lets the next page, or the one that waits, go on from `whenTold`.
   void go() { _transcript.go(); }

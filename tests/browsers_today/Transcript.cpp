@@ -19,7 +19,7 @@ void Transcript::say(const std::string& page, int number, const std::string& tex
 
 std::string Transcript::readLine() {
   std::unique_lock<std::mutex> lock(_mutex);
-  if (!_changed.wait_for(lock, std::chrono::minutes(1), [this] { return !_lines.empty(); })) {
+  if (!_changed.wait_for(lock, std::chrono::minutes(3), [this] { return !_lines.empty(); })) {
     throw std::runtime_error("silence");
   }
   const std::string line = _lines.front();

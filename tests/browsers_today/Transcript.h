@@ -15,7 +15,8 @@ class Transcript {
  public:
   // Line `number`, from 1, of that page. Lines come out in the order of their numbers.
   void say(const std::string& page, int number, const std::string& text);
-  // The next line. Throws a runtime error after a minute without one.
+  // The next line. Throws a runtime error after three minutes without one: a loaded machine is
+  // slow.
   std::string readLine();
   // All that was read, for messages.
   const std::string& read() const { return _read; }

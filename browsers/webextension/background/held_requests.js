@@ -48,9 +48,14 @@ export class HeldRequests {
 
   /** @private @param {any} details @returns {any} */
   answerRequest(details) {
+    /** @param {DocumentLink} [link] */
+    const asks = (link) => link?.tabId === details.tabId && link?.frameId === details.frameId;
+    if (![...this.links.values()].some(asks)) {
+      return { cancel: true };  // unread: it may be large
+    }
     const { key, operation, n, part } = bodyOf(details) ?? {};
     const link = this.links.get(key);
-    if (!link || link.tabId !== details.tabId || link.frameId !== details.frameId) {
+    if (!link || !asks(link)) {
       return { cancel: true };
     }
     if (part !== undefined) {

@@ -10,15 +10,16 @@ class PluginArea {
 
   /** What an earlier run of these scripts has left in the document: Firefox ends them without a word. */
   static removeStale() {
-    document.querySelectorAll(PluginArea.hostName).forEach((host) => host.remove());
+    tree.findAll(document, PluginArea.hostName).forEach((host) => host.remove());
   }
 
   /** @param {HTMLElement} element */
   constructor(element) {
     this.element = element;
-    this.host = document.createElement(PluginArea.hostName);
-    this.box = document.createElement('div');
-    this.content = document.createElement('div');
+    /** @type {HTMLElement} */
+    this.host = tree.create(/** @type {any} */ (PluginArea.hostName));
+    this.box = tree.create('div');
+    this.content = tree.create('div');
     this.label = extension.i18n.getMessage('areaLabel');
     /** @type {HTMLCanvasElement | null} */
     this.picture = null;
@@ -67,7 +68,7 @@ class PluginArea {
   keep() {
     const container = this.container();
     if (this.host.parentNode !== container && ++this.keeps < 100) {
-      container.append(this.host);
+      tree.append(container, this.host);
     }
     this.rise();
   }
@@ -88,12 +89,12 @@ class PluginArea {
 
   /** What the browser shows above everything else is seen there only. @private @returns {Element} */
   container() {
-    for (let above = this.element.parentElement; above; above = above.parentElement) {
-      if (above.matches(':modal, :fullscreen, :popover-open')) {
+    for (let above = tree.parentElement(this.element); above; above = tree.parentElement(above)) {
+      if (tree.matches(above, ':modal, :fullscreen, :popover-open')) {
         return above;
       }
     }
-    return document.documentElement;
+    return tree.root();
   }
 
   /** @private @param {ShownBox | null} shown */
@@ -174,7 +175,7 @@ class PluginArea {
     // As the module's area has it: its colours as they stand in the file, and not turned.
     const bitmap = await createImageBitmap(new Blob([bytes], { type }),
       { colorSpaceConversion: 'none', imageOrientation: 'none' });
-    const canvas = document.createElement('canvas');
+    const canvas = tree.create('canvas');
     canvas.width = width;
     canvas.height = height;
     PluginArea.style(canvas, { all: 'initial', display: 'block', flex: 'none' });

@@ -57,7 +57,7 @@ class AreaBox {
   /** @private */
   watchStyles() {
     this.styles.disconnect();
-    for (let above = /** @type {Element | null} */ (this.element); above; above = above.parentElement) {
+    for (let above = /** @type {Element | null} */ (this.element); above; above = tree.parentElement(above)) {
       this.styles.observe(above, { attributes: true, attributeFilter: ['class', 'style', 'hidden', 'open'] });
     }
   }
@@ -97,7 +97,7 @@ class AreaBox {
   /** @private */
   opacityAbove() {
     let opacity = 1;
-    for (let above = this.element.parentElement; above; above = above.parentElement) {
+    for (let above = tree.parentElement(this.element); above; above = tree.parentElement(above)) {
       opacity *= Number(getComputedStyle(above).opacity);
     }
     return opacity;
@@ -108,7 +108,7 @@ class AreaBox {
    * @private @param {DOMRect} frame @param {number} ratio what is believed to lie in it
    */
   watchMoves(frame, ratio) {
-    const viewport = document.compatMode === 'BackCompat' && document.body || document.documentElement;
+    const viewport = tree.viewport();
     const margins = [frame.top, viewport.clientWidth - frame.right, viewport.clientHeight - frame.bottom, frame.left];
     const nearly = 1e-4;
     let first = true;

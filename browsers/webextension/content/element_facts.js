@@ -19,7 +19,7 @@ const elementFacts = {
    * @param {Element} element
    */
   isFallback(element) {
-    for (let above = element.parentElement; above; above = above.parentElement) {
+    for (let above = tree.parentElement(element); above; above = tree.parentElement(above)) {
       if (above instanceof HTMLObjectElement && elementFacts.hasType(above)) {
         return true;
       }
@@ -71,11 +71,11 @@ const elementFacts = {
 
   /** Whether the parser has gone on behind the element. @param {Element} element */
   isParsed(element) {
-    for (let node = /** @type {Node | null} */ (element); node; node = node.parentNode) {
-      if (node.nextSibling) {
+    for (let node = /** @type {Node | null} */ (element); node; node = tree.parent(node)) {
+      if (tree.next(node)) {
         return true;
       }
     }
-    return document.readyState !== 'loading';
+    return !tree.isLoading();
   },
 };

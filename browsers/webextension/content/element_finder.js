@@ -26,7 +26,7 @@ class ElementFinder {
     this.root = null;
     this.later = 0;
     this.waitForParser();
-    if (document.readyState === 'loading') {
+    if (tree.isLoading()) {
       this.searchLater();
     }
   }
@@ -42,14 +42,14 @@ class ElementFinder {
   /** All elements of ours in the document begin that have not, and are seen from now on. */
   search() {
     this.watchTree();
-    for (const element of document.querySelectorAll('embed, object')) {
+    for (const element of tree.findAll(document, 'embed, object')) {
       this.watchType(element);
       this.consider(element);
     }
   }
 
   waitForParser() {
-    document.addEventListener('DOMContentLoaded', this.onParsed);
+    tree.listen('DOMContentLoaded', this.onParsed);
   }
 
   /** @private */
@@ -71,7 +71,7 @@ class ElementFinder {
   watchTree() {
     if (!this.isWatching) {
       this.isWatching = true;
-      this.root = document.documentElement;
+      this.root = tree.root();
       this.tree.observe(document, { childList: true, subtree: true });
     }
   }
@@ -81,9 +81,9 @@ class ElementFinder {
     if (records.length === 0) {
       return;
     }
-    if (this.root !== document.documentElement) {
+    if (this.root !== tree.root()) {
       // document.open has taken the listeners away as well.
-      this.root = document.documentElement;
+      this.root = tree.root();
       this.waitForParser();
       this.onRewritten();
     }
@@ -116,7 +116,7 @@ class ElementFinder {
   /** @private @param {Node} node */
   readRemoved(node) {
     for (const element of [...this.begun()]) {
-      if (node.contains(element) || !element.isConnected) {
+      if (tree.contains(node, element) || !element.isConnected) {
         this.end(element);
       }
     }
@@ -130,14 +130,12 @@ class ElementFinder {
     if (elementFacts.isCandidate(node)) {
       this.notice(node);
     }
-    if (node.firstElementChild) {
-      this.noticeIn(node);
-    }
+    this.noticeIn(node);
   }
 
   /** @private @param {Document | Element} above */
   noticeIn(above) {
-    for (const element of above.querySelectorAll('embed, object')) {
+    for (const element of tree.findAll(above, 'embed, object')) {
       this.notice(element);
     }
   }
@@ -162,7 +160,7 @@ class ElementFinder {
   /** @private @param {Element} element */
   notice(element) {
     this.watchType(element);
-    if (document.readyState !== 'loading') {
+    if (!tree.isLoading()) {
       this.consider(element);
     } else {
       this.searchLater();

@@ -10,7 +10,7 @@ class DocumentPlugins {
     this.link = null;
     this.mustForget = false;
     /** The node by which the page's end is spoken with. In no document, so that no document loses it. */
-    this.channel = document.createElement('div');
+    this.channel = tree.create('div');
     /** @type {EventTarget | null} */
     this.concerned = null;
     this.queue = new TaskQueue();
@@ -21,7 +21,7 @@ class DocumentPlugins {
     this.finder.onRewritten = () => this.begun.size > 0 && this.watchPage();
     this.openChannel();
     PluginArea.removeStale();
-    if (document.readyState !== 'loading') {
+    if (!tree.isLoading()) {
       this.finder.search();
     }
   }
@@ -29,7 +29,7 @@ class DocumentPlugins {
   /** Hands the channel to the page's end, whichever of the two scripts came first. @private */
   openChannel() {
     const handOver = () =>
-      document.dispatchEvent(new MouseEvent('orvane-web:channel', { relatedTarget: this.channel }));
+      tree.dispatch(new MouseEvent('orvane-web:channel', { relatedTarget: this.channel }));
     this.channel.addEventListener('element', (event) => {
       this.concerned = /** @type {MouseEvent} */ (event).relatedTarget;
     });
@@ -37,10 +37,10 @@ class DocumentPlugins {
       this.say('reply', this.answer(/** @type {CustomEvent} */ (event).detail));
     });
     this.channel.addEventListener('taken', () => {
-      document.removeEventListener('orvane-web:page', handOver);
+      tree.unlisten('orvane-web:page', handOver);
       this.say('names', memberNames);
     }, { once: true });
-    document.addEventListener('orvane-web:page', handOver);
+    tree.listen('orvane-web:page', handOver);
     handOver();
   }
 

@@ -45,7 +45,7 @@ const isFirefox = extension.runtime.getURL('').startsWith('moz-extension:');
  */
 function isSandboxedFile() {
   try {
-    return location.protocol === 'file:' && typeof document.cookie !== 'string';
+    return location.protocol === 'file:' && typeof Reflect.get(Document.prototype, 'cookie', document) !== 'string';
   } catch {
     return true;
   }

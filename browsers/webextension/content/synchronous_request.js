@@ -117,7 +117,7 @@ class SynchronousRequests {
     if (/page dismissal/.test(error.message)) {
       return true;
     }
-    const policy = /** @type {any} */ (document).featurePolicy;
+    const policy = tree.featurePolicy();
     return policy !== undefined && !policy.allowsFeature('sync-xhr');
   }
 

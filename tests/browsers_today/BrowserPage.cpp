@@ -3,12 +3,15 @@
 #include <gmock/gmock.h>
 #include <signal.h>
 
+#include <chrono>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <stdexcept>
+#include <thread>
 
 #include "tests/support/WaitFor.h"
+#include "tests/support/XDisplay.h"
 
 namespace fs = std::filesystem;
 
@@ -146,6 +149,13 @@ void BrowserPage::expectDone() {
 void BrowserPage::runPage(const std::string& page) {
   open(address(page));
   expectDone();
+}
+
+void BrowserPage::answer(const std::string& keys) {
+  user::enter(user::waitForWindow("Orvane Web"));
+  std::this_thread::sleep_for(std::chrono::milliseconds(400));  // the buttons come alive
+  user::key(keys);
+  user::waitForNoWindow("Orvane Web");
 }
 
 std::vector<pid_t> BrowserPage::running(const std::string& program) const {

@@ -42,6 +42,9 @@ class BrowserPage : public DisplaySandbox, public testing::WithParamInterface<co
   void expectDone();
   void runPage(const std::string& page);
 
+  // Answers the question of leave by these keys, as soon as it is asked.
+  static void answer(const std::string& keys);
+
   // The programs of this test's browser that are running, by the name of the file.
   std::vector<pid_t> running(const std::string& program) const;
   size_t hosts() const { return running("orvane-web-host").size(); }

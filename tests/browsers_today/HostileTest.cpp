@@ -8,6 +8,7 @@ class HostileToday : public BrowserPage {};
 // The page's own checks say what it could not do; here, that it hurt nobody.
 TEST_P(HostileToday, pagesReachNothingThatTheyCouldNotCallByRight) {
   allow("127.0.0.1");
+  allow("a.localhost");
   open(address(
       "policy/hostile.html?policy=Content-Security-Policy-Report-Only%3Dconnect-src%20'none'"));
   waitForLine("begun");
@@ -21,6 +22,15 @@ TEST_P(HostileToday, pagesReachNothingThatTheyCouldNotCallByRight) {
 
   runPage("replaced.html");
   runPage("pinning.html?host=127.0.0.1");
+
+  // Six documents of origins that nobody has allowed: the user is asked for each, and says no.
+  PageServer other(path("others"), {PAGES});
+  other.start();
+  open(address("alike.html?other=" + other.origin("a.localhost"), "localhost"));
+  for (int i = 0; i < 6; ++i) {
+    answer("Escape");
+  }
+  expectDone();
 }
 
 INSTANTIATE_TEST_SUITE_P(Browsers, HostileToday, testing::Values("firefox", "chromium"),

@@ -1,8 +1,5 @@
 #include <gmock/gmock.h>
 
-#include <chrono>
-#include <thread>
-
 #include "tests/browsers_today/BrowserPage.h"
 #include "tests/support/WaitFor.h"
 #include "tests/support/XDisplay.h"
@@ -13,15 +10,7 @@ namespace {
 using testing::HasSubstr;
 using testing::StartsWith;
 
-class LeaveToday : public BrowserPage {
- protected:
-  static void answer(const std::string& keys) {
-    user::enter(user::waitForWindow("Orvane Web"));
-    std::this_thread::sleep_for(std::chrono::milliseconds(400));  // the buttons come alive
-    user::key(keys);
-    user::waitForNoWindow("Orvane Web");
-  }
-};
+class LeaveToday : public BrowserPage {};
 
 TEST_P(LeaveToday, isAskedOfTheUserBeforeAnythingHappensForASite) {
   open(address("leave.html"));

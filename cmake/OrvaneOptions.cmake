@@ -55,9 +55,13 @@ endfunction()
 # orvane_test(NAME SOURCES a.cpp b.cpp [LIBS x y] [LABELS l] [ENVIRONMENT A=b ...] [TIMEOUT s]
 #             [SERIAL] [RESOURCE_LOCK name] [NEEDS target ...])
 # One test program; each of its cases becomes a ctest entry of its own. NEEDS names programs that
-# the cases start. A failing case prints its output; a case may not run longer than TIMEOUT seconds.
+# the cases start. LABELS is one word: the discovery of cases would lose all properties after a
+# second. A failing case prints its output; a case may not run longer than TIMEOUT seconds.
 function(orvane_test name)
-  cmake_parse_arguments(ARG "SERIAL" "TIMEOUT;RESOURCE_LOCK" "SOURCES;LIBS;LABELS;ENVIRONMENT;NEEDS" ${ARGN})
+  cmake_parse_arguments(ARG "SERIAL" "LABELS;TIMEOUT;RESOURCE_LOCK" "SOURCES;LIBS;ENVIRONMENT;NEEDS" ${ARGN})
+  if(ARG_UNPARSED_ARGUMENTS)
+    message(FATAL_ERROR "${name}: what is ${ARG_UNPARSED_ARGUMENTS}?")
+  endif()
   add_executable(${name} ${ARG_SOURCES})
   target_link_libraries(${name} PRIVATE ${ARG_LIBS} test_support GTest::gtest GTest::gmock test_main)
   if(ARG_NEEDS)

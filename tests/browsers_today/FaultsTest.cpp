@@ -245,6 +245,7 @@ TEST_P(FaultsToday, ofPagesThatComeAndGo) {
 }
 
 TEST_P(FaultsToday, ofTheExtension) {
+  const bool nightly = std::getenv("ORVANE_NIGHTLY") != nullptr;
   const struct {
     const char *label, *action, *repair;
     bool calls;  // wait meanwhile
@@ -261,8 +262,10 @@ TEST_P(FaultsToday, ofTheExtension) {
   for (const auto& row : kRows) {
     SCOPED_TRACE(row.label);
     const std::string expected = isFirefox() ? row.firefox : row.chromium;
-    if (expected.empty()) {
-      continue;  // Chromium may never end a request that was under way, and its page waits for that
+    // Chromium may never end a request around the extension's end, and its page waits for that:
+    // where one is under way often, and now and then where it is sent soon after.
+    if (expected.empty() || (!isFirefox() && !nightly && std::string(row.action) != "sleep")) {
+      continue;
     }
     beginRow();
     open(address(row.calls ? "fault.html?play=wait" : "fault.html?play=stay"));
@@ -292,7 +295,7 @@ TEST_P(FaultsToday, ofTheExtension) {
 
   // By force, and (where there is time) as it comes by itself, after some 30 seconds.
   beginRow();
-  if (std::getenv("ORVANE_NIGHTLY") == nullptr) {
+  if (!nightly) {
     act("sleep");
   }
   EXPECT_TRUE(waitFor([&] { return act("isAsleep") == "true"; }, std::chrono::minutes(2)));

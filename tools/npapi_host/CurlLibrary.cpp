@@ -9,10 +9,9 @@ namespace npapi_host {
 
 namespace {
 
-// Stays loaded: other threads may be in it until the process ends.
 class Loader {
  public:
-  Loader() : _library(dlopen("libcurl.so.4", RTLD_NOW | RTLD_LOCAL)) {}
+  explicit Loader(void* library) : _library(library) {}
 
   template <typename Function>
   void find(const char* name, Function* function) {
@@ -28,7 +27,8 @@ class Loader {
 
 std::unique_ptr<const CurlLibrary> load() {
   auto curl = std::make_unique<CurlLibrary>();
-  Loader loader;
+  // Stays loaded: other threads may be in it until the process ends.
+  Loader loader(dlopen("libcurl.so.4", RTLD_NOW | RTLD_LOCAL));
   loader.find("curl_easy_init", &curl->easyInit);
   loader.find("curl_easy_cleanup", &curl->easyCleanup);
   loader.find("curl_easy_setopt", &curl->easySetopt);

@@ -5,7 +5,7 @@
 
 # shellcheck disable=SC2086
 need_packages $packages $browser_packages
-build_preset release --target nporvaneweb orvane-web-host orvanepellion
+build_preset release --target nporvaneweb orvane-web-host orvanepellion test_drag_source
 . "$top/scripts/demo_stage.sh"
 title='Transfers with progress bars'
 
@@ -121,6 +121,67 @@ show_dialogs() {
   screenshot "$browser-dialogs"
 }
 
+# Where the middle of the N-th area on the screen is, its X and Y: by the light blue of the picture that
+# every area shows, in more than 100 rows one below the other. Usage: find_area N
+find_area() {
+  place=$(import -window root -depth 8 rgb:- | python3 -c '
+import sys
+screen, areas, rows = sys.stdin.buffer.read(), [], []
+for y in range(768):
+    row = screen[3072 * y:3072 * (y + 1)]
+    blue = [x for x in range(1024) if row[3 * x] > 190 and 8 < row[3 * x + 2] - row[3 * x] < 40]
+    if len(blue) > 150 and blue[-1] - blue[0] == 399:
+        left = blue[0]
+        rows.append(y)
+    else:
+        if len(rows) > 100:
+            areas.append((left + 200, rows[len(rows) // 2]))
+        rows = []
+print(*areas[int(sys.argv[1]) - 1] if len(areas) >= int(sys.argv[1]) else ())' "$1")
+  [ -n "$place" ]
+}
+
+# The page may still be laying itself out.
+area_stays() {
+  find_area "$1" || return 1
+  seen=$place
+  sleep 0.3
+  find_area "$1" && [ "$place" = "$seen" ]
+}
+
+# Drops the notes on the N-th area. Usage: drop_on N
+drop_on() {
+  wait_for "area $1 of the page" area_stays "$1"
+  # shellcheck disable=SC2086
+  drag_file "$stage/notes.txt" $place
+}
+
+# How large the box with the page's words is, in points, by its colour.
+words_size() {
+  import -window root -depth 8 rgb:- |
+    python3 -c 'import sys; print(sys.stdin.buffer.read().count(b"\xf3\xf5\xf8"))'
+}
+
+# A further line is some 14000 points.
+has_said_more() { [ "$(words_size)" -gt $((size_before + 5000)) ]; }
+
+show_drop_zone() {
+  say "Running examples/drop-zone.html: files dropped on the page, with a real pointer"
+  go_to drop-zone.html 'Drop zone'
+  size_before=$(words_size)
+  drop_on 1
+  wait_for "the page's word on the drop" has_said_more
+  fill 1 "file://$stage/received/"
+  # What the browser suggests for the field lies over the area until the field is left.
+  click_margin
+  drop_on 2
+  prove_arrival "$stage/notes.txt" "$stage/received/notes.txt"
+  click_margin
+  xdotool key End
+  wait_for_page
+  screenshot "$browser-drop-zone"
+}
+
 drive_pages() {
   start_screen
   openbox >/dev/null 2>&1 &
@@ -128,8 +189,9 @@ drive_pages() {
   show_transfers
   show_session
   show_dialogs
+  show_drop_zone
   say "Screenshots: $shots/$browser-*.png"
-  say "Done. Proved: in $browser the unchanged pages launch the application, download, upload what the user chose, and write where the user chose."
+  say "Done. Proved: in $browser the unchanged pages launch the application, download, upload what the user chose and dropped, and write where the user chose."
 }
 
 user_pages() {
@@ -139,6 +201,7 @@ user_pages() {
    Where to upload to:            file://$stage/received/
    Further pages:                 http://127.0.0.1:$port/session.html
                                   http://127.0.0.1:$port/dialogs.html
+                                  http://127.0.0.1:$port/drop-zone.html
    Close the browser to end.
 TEXT
   start_browser transfers.html

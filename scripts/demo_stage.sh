@@ -25,16 +25,15 @@ clean_up() {
 trap clean_up EXIT
 trap 'exit 130' INT TERM
 
-# Polls a command for at most 30 seconds. Usage: wait_for "what" command...
+# Polls a command for at most 60 seconds. Usage: wait_for "what" command...
 wait_for() {
   what=$1
   shift
-  tries=0
+  deadline=$(($(date +%s) + 60))
   until "$@" >/dev/null 2>&1; do
-    tries=$((tries + 1))
-    [ "$tries" -lt 300 ] || {
+    [ "$(date +%s)" -lt "$deadline" ] || {
       [ ! -f "$stage/page.log" ] || cat "$stage/page.log" >&2
-      fail "$what did not come within 30 seconds"
+      fail "$what did not come within 60 seconds"
     }
     sleep 0.1
   done
@@ -91,14 +90,26 @@ has_window() { [ -n "$(windows "$1")" ]; }
 
 has_no_window() { ! has_window "$1"; }
 
-# The source's title tells when the target has agreed to take the drop.
-is_welcome() { [ "$(xdotool getwindowname "$1")" = 'Drop welcome' ]; }
+find_window() {
+  window=$(windows "$1" | head -n 1)
+  [ -n "$window" ]
+}
+
+# The drag source's window stands at the right, beside what takes its drops.
+is_aside() {
+  find_window '^Drag source$' && eval "$(xdotool getwindowgeometry --shell "$window")" && [ "$X" -gt 700 ]
+}
+
+# The source's title tells when the target has agreed to take the drop. A browser asks its page while
+# the pointer moves, and answers a move with what the page said to an earlier one.
+is_welcome() {
+  xdotool mousemove "$to_x" "$to_y" sleep 0.05 mousemove $((to_x + 2)) "$to_y" sleep 0.05
+  [ "$(xdotool getwindowname "$window")" = 'Drop welcome' ]
+}
 
 # Presses the pointer in the drag source's window and lets go at a place. Usage: drag_to X Y
 drag_to() {
   to_x=$1 to_y=$2
-  from=$(xdotool search --onlyvisible --name '^Drag source$')
-  eval "$(xdotool getwindowgeometry --shell "$from")"
   from_x=$((X + WIDTH / 2)) from_y=$((Y + HEIGHT / 2))
   xdotool mousemove "$from_x" "$from_y" sleep 0.1 mousedown 1 sleep 0.05
   for i in 1 2 3; do
@@ -108,33 +119,27 @@ drag_to() {
     xdotool mousemove $((from_x + (to_x - from_x) * i / 6)) $((from_y + (to_y - from_y) * i / 6)) \
       sleep 0.03
   done
-  for i in 1 2 3; do
-    xdotool mousemove $((to_x + i)) "$to_y" sleep 0.03
-  done
-  wait_for "the area's welcome for the drop" is_welcome "$from"
+  wait_for "the area's welcome for the drop" is_welcome
   xdotool mouseup 1
 }
 
-# Drags a file from a window of its own. Usage: drag_file FILE X Y
+# Drags a file from a window of its own, which goes afterwards. Usage: drag_file FILE X Y
 drag_file() {
   uri="file://$(printf '%s' "$1" | sed 's/ /%20/g')"
-  mkfifo "$stage/hold"
-  "$drag_source" "$uri" <"$stage/hold" >"$stage/drag.log" &
-  source_pid=$!
-  exec 9>"$stage/hold"
-  wait_for "the drag source" grep -q ready "$stage/drag.log"
-  wait_for "the drag source's window" has_window 'Drag source'
-  xdotool windowmove "$(xdotool search --onlyvisible --name '^Drag source$')" 780 300 sleep 0.2
+  [ -p "$stage/hold" ] || mkfifo "$stage/hold"
+  others=$children
+  # Its input never ends: it holds the other end, too.
+  "$drag_source" "$uri" <>"$stage/hold" >"$stage/drag.log" 2>/dev/null &
+  children="$! $others"
+  wait_for "the drag source's window" find_window '^Drag source$'
+  xdotool windowmove "$window" 780 300
+  wait_for "the drag source's place beside the area" is_aside
   drag_to "$2" "$3"
-  wait_for "the end of the drag" grep -q accepted "$stage/drag.log"
-  exec 9>&-
-  wait "$source_pid" || true
-  rm "$stage/hold"
-}
-
-find_window() {
-  window=$(windows "$1" | head -n 1)
-  [ -n "$window" ]
+  wait_for "the end of the drag" grep -q 'accepted\|refused' "$stage/drag.log"
+  grep -q accepted "$stage/drag.log" || fail "the dropped file was refused"
+  kill "${children%% *}"
+  wait "${children%% *}" 2>/dev/null || true
+  children=$others
 }
 
 # Puts the pointer into a window. Negative places are from the right or the bottom.

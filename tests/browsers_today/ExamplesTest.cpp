@@ -4,7 +4,7 @@
 #include <sstream>
 
 #include "tests/browsers_today/BrowserPage.h"
-#include "tests/docs/ExamplePage.h"
+#include "tests/docs/Examples.h"
 #include "tests/support/WaitFor.h"
 #include "tests/support/XDisplay.h"
 
@@ -44,16 +44,32 @@ const char kFirstUser[] = R"(<script src="/checks.js"></script>
   }, 50);
 </script>)";
 
+// The element with the example's parameters, in which "{name}" stands for what is given.
+std::string embedElement(const Example& example, const std::map<std::string, std::string>& given) {
+  std::string attributes = example.parameters.empty() ? " type=\"application/x-orvane-web\"" : "";
+  for (auto [name, value] : example.parameters) {
+    const auto text =
+        value.front() == '{' ? given.find(value.substr(1, value.size() - 2)) : given.end();
+    value = text != given.end() ? text->second : value;
+    attributes.append(" ").append(name).append("=\"").append(value).append("\"");
+  }
+  return "<embed" + attributes + ">\n";
+}
+
 // A page as its author would write it: nothing in it knows that it is a test, but for the lines
 // that take what it prints.
 std::string examplePage(const Example& example, const std::map<std::string, std::string>& given) {
   std::string page = "<!DOCTYPE html>\n<meta charset=\"utf-8\">\n<title>" + example.name +
-                     "</title>\n<body>\n" + docs::embedElement(example, given) +
-                     "<script>\n{\nconst orvane = document.querySelector('embed');\n";
+                     "</title>\n<body>\n" + embedElement(example, given);
+  page += example.awaits() ? "<script type=\"module\">\n"
+                             "import { connect, OrvaneWebError } from '/orvane-web.mjs';\n"
+                             "{\nconst plugin"
+                           : "<script>\n{\nconst orvane";
+  page += " = document.querySelector('embed');\n";
   for (const auto& [name, text] : given) {
     page += "const " + name + " = '" + text + "';\n";
   }
-  return page + example.script + "}\n</script>\n";
+  return page + scriptOf(example) + "}\n</script>\n";
 }
 
 class ExamplesToday : public BrowserPage {
@@ -61,6 +77,7 @@ class ExamplesToday : public BrowserPage {
   ExamplesToday() {
     allow("127.0.0.1");
     docs::writeFiles(home());
+    writeFile(path("files/orvane-web.mjs"), docs::readProjectFile("web/orvane-web.mjs"));
     makeFile(path("files/report.pdf"), 30000);
     EXPECT_EQ(
         std::system(("convert -size 400x400 'xc:#CC2211' " + path("files/picture.ppm")).c_str()),
@@ -94,16 +111,14 @@ class ExamplesToday : public BrowserPage {
                                                       {"target", "file://" + path("received/")},
                                                       {"picture", address("picture.ppm")}};
     const std::string lines = std::to_string(example.prints.size());
-    const bool awaits = example.page == docs::kPromiseApi;
     writeFile(
         path("files/example.html"),
         "<script src=\"/checks.js\"></script>\n<script>\nvar left = " + lines +
             ";\nfunction print(line) {\n  say(line);\n"
             "  if (--left === 0) { whenTold(() => setTimeout(() => say('PAGE DONE 0'), 100)); "
-            "}\n}\n" +
-            (awaits ? "" : "console.log = (...words) => print(words.map(String).join(' '));\n") +
-            "</script>\n" + (looksAtTheArea(example) ? kAreaFillsThePage : "") +
-            (awaits ? docs::promisePage(example, given, "print") : examplePage(example, given)));
+            "}\n}\nconsole.log = (...words) => print(words.map(String).join(' '));\n"
+            "</script>\n" +
+            (looksAtTheArea(example) ? kAreaFillsThePage : "") + examplePage(example, given));
     open(address("example.html"));
     const std::string before = act(example);
     go();
@@ -153,7 +168,6 @@ TEST_P(ExamplesToday, ofThePromiseApiPrintWhatTheySay) {
 }
 
 TEST_P(ExamplesToday, letANewUserDownloadAFile) {
-  writeFile(path("files/orvane-web.mjs"), docs::readProjectFile("web/orvane-web.mjs"));
   for (const char* document : {"docs/page-api.md", docs::kPromiseApi}) {
     SCOPED_TRACE(document);
     writeFile(path("files/first.html"), docs::firstPage(document) + kFirstUser);

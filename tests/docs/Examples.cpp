@@ -1,9 +1,17 @@
 #include "tests/docs/Examples.h"
 
+#include <algorithm>
+#include <filesystem>
+#include <map>
 #include <regex>
+#include <sstream>
 #include <stdexcept>
 
 #include "tests/support/Sandbox.h"
+#include "tests/support/XDisplay.h"
+
+namespace fs = std::filesystem;
+namespace user = test_support::user;
 
 namespace docs {
 
@@ -22,6 +30,12 @@ std::vector<std::pair<std::string, std::string>> readParameters(const std::strin
 std::vector<std::string> printsOf(const std::string& script) {
   static const std::regex prints("// prints: (.*)");
   return {std::sregex_token_iterator(script.begin(), script.end(), prints, 1), {}};
+}
+
+bool matches(const std::string& line, const std::string& pattern) {
+  static const std::regex special(R"([[\](){}.*+?^$|\\])"), gap("…");
+  const std::string plain = std::regex_replace(pattern, special, "\\$&");
+  return std::regex_match(line, std::regex(std::regex_replace(plain, gap, ".*")));
 }
 
 }  // namespace
@@ -66,10 +80,61 @@ std::vector<Example> readExamples(const std::string& path) {
   return examples;
 }
 
-bool matches(const std::string& line, const std::string& pattern) {
-  static const std::regex special(R"([[\](){}.*+?^$|\\])"), gap("…");
-  const std::string plain = std::regex_replace(pattern, special, "\\$&");
-  return std::regex_match(line, std::regex(std::regex_replace(plain, gap, ".*")));
+std::string scriptOf(const Example& example) {
+  const std::string& script = example.script;
+  const bool connects = script.find("const orvane = ") != std::string::npos ||
+                        script.find("orvane") == std::string::npos;
+  return !example.awaits()
+             ? script
+             : "(async () => {\n" +
+                   std::string(connects ? "" : "const orvane = await connect(plugin);\n") + script +
+                   "})().catch((error) => console.log('thrown: ' + error));\n";
+}
+
+void writeFiles(const std::string& home) {
+  for (const char* folder : {"/picked", "/received"}) {
+    fs::create_directories(home + folder);
+  }
+  for (const char* name : {"notes.txt", "report.pdf", "at 9:30.txt"}) {
+    test_support::writeFile(home + "/" + name, name);
+  }
+}
+
+void act(const std::string& step, const std::string& home) {
+  const size_t blank = std::min(step.find(' '), step.size());
+  const std::string what = step.substr(0, blank);
+  const std::string object = blank < step.size() ? step.substr(blank + 1) : "";
+  const std::map<std::string, std::string> titles = {
+      {"open", "Open"}, {"folder", "Select Folder"}, {"save", "Save As"}};
+  const auto dialog = titles.find(what);
+  if (dialog != titles.end()) {
+    user::choosePath(dialog->second, home + "/" + object);
+  } else if (what == "cancel") {
+    user::cancel(object);
+  } else if (what == "window") {
+    user::waitForWindow(object);
+  } else if (!what.empty()) {
+    throw std::runtime_error("nobody knows how to " + step);
+  }
+}
+
+std::string difference(const Example& example, const std::string& printed) {
+  std::string said;
+  std::vector<std::string> expected = example.prints;
+  std::istringstream lines(printed);
+  for (std::string line; std::getline(lines, line);) {
+    const auto found = std::find_if(expected.begin(), expected.end(),
+                                    [&](const auto& pattern) { return matches(line, pattern); });
+    if (found == expected.end()) {
+      said += "not expected: " + line + "\n";
+    } else {
+      expected.erase(found);
+    }
+  }
+  for (const std::string& line : expected) {
+    said += "missing: " + line + "\n";
+  }
+  return said;
 }
 
 }  // namespace docs

@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <regex>
 
+#include "tests/docs/Examples.h"
 #include "tests/support/WaitFor.h"
 #include "tests/webkit/WebPage.h"
 
@@ -74,6 +75,20 @@ TEST_F(Engine, passesRequestsThroughAndTellsThePageOfTransfers) {
     endApplication();
   }
   EXPECT_THAT(requestedPaths(), testing::Not(testing::Contains("/files/never.bin")));
+}
+
+// Made a plain script as the documentation says: the engine knows neither modules nor `await`.
+TEST_F(Engine, runsTheModuleWithPromises) {
+  const std::string module = docs::readProjectFile("web/orvane-web.mjs");
+  test_support::writeFile(path("files/orvane-web.js"),
+                          std::regex_replace(module, std::regex("\nexport "), "\n"));
+  makeFile("one.bin", 30000);
+  fs::create_directory(path("received"));
+  open(httpAddress("promises.html?source=") + httpAddress("files/one.bin") +
+       "&upload=" + path("files/one.bin") + "&target=file://" + path("received/"));
+  waitForLine("dialog");
+  user::cancel("Save");
+  expectDone();
 }
 
 TEST_F(Engine, keepsInstancesApart) {

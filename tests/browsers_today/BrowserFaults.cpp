@@ -70,13 +70,13 @@ std::string BrowserFaults::manifest() const {
          "/example.orvane.web_host.json";
 }
 
-void BrowserFaults::replaceHost(const std::string& script, bool executable) {
+void BrowserFaults::replaceHost(const std::string& script, Is is) {
   const std::string file = path("substitute");
   std::string host = BUILD "/tools/web_host/orvane-web-host";
   if (!script.empty()) {
     writeFile(file, "#!/bin/sh\necho $$ >" + path("substitute.pid") + "\n" + script + "\n");
-    fs::permissions(file, executable ? fs::perms::owner_all : fs::perms::owner_read);
-    host = file;
+    fs::permissions(file, is == Is::kText ? fs::perms::owner_read : fs::perms::owner_all);
+    host = is == Is::kMissing ? path("missing") : file;
   }
   std::string text = readFile(manifest());
   const size_t begin = text.find("\"path\": \"") + 9;

@@ -16,9 +16,10 @@ class BrowserFaults : public BrowserPage {
 
   // Does in the browser what no page can: an action of remote.py. Its result, as JSON.
   std::string act(const std::string& action) const;
+  enum class Is { kProgram, kText, kMissing };
   // In place of the host program a shell script, whose process `substitute` is then; an empty one
   // stands for the host program itself.
-  void replaceHost(const std::string& script, bool executable = true);
+  void replaceHost(const std::string& script, Is is = Is::kProgram);
   pid_t substitute() const;
 
   void beginRow();

@@ -56,9 +56,10 @@ TEST_P(FaultsToday, ofTheProgramBesideTheBrowser) {
   const struct {
     const char* label;
     std::string script, outcome;
-    bool executable = true;
+    Is is = Is::kProgram;
   } kRows[] = {
-      {"is not executable", "exit", kUnstarted, false},
+      {"is missing", "exit", kUnstarted, Is::kMissing},
+      {"is not executable", "exit", kUnstarted, Is::kText},
       {"exits at once", "exit 1", kUnstarted},
       {"prints garbage", "echo Segmentation fault; " + stay, kUnstarted},
       {"closes its output", "exec >&-; " + stay, kUnstarted},
@@ -79,7 +80,7 @@ TEST_P(FaultsToday, ofTheProgramBesideTheBrowser) {
   for (const auto& row : kRows) {
     SCOPED_TRACE(row.label);
     beginRow();
-    replaceHost(row.script, row.executable);
+    replaceHost(row.script, row.is);
     open(address("fault.html?play=once&after=works"));
     const std::string call = waitForLine("call: ");
     EXPECT_THAT(call, StartsWith("call: " + row.outcome));

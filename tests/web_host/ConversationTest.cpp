@@ -385,6 +385,8 @@ TEST_F(Conversation, saysWhyThereIsNoElement) {
       {"https://b.example",
        "Nobody could be asked whether this site may use Orvane Web: there is no display. To allow "
        "it, run: orvane-web-host --allow https://b.example"},
+      {"http://a.example", "Nobody could be asked whether this site may use Orvane Web: "},
+      {"https://a.example:444", "Nobody could be asked whether this site may use Orvane Web: "},
       {"null", "This site is not allowed to use Orvane Web: "},
   };
   for (const auto& row : kRows) {

@@ -16,19 +16,33 @@ class PluginArea {
   /** @param {HTMLElement} element */
   constructor(element) {
     this.element = element;
-    /** @type {HTMLElement} */
-    this.host = tree.create(/** @type {any} */ (PluginArea.hostName));
-    this.box = tree.create('div');
-    this.content = tree.create('div');
+    // Made outside: a page may have a class for elements of this name, which would be given the shadow root.
+    PluginArea.outside ??= tree.outside();
+    this.host = PluginArea.outside.createElement(PluginArea.hostName);
+    this.box = PluginArea.outside.createElement('div');
+    this.content = PluginArea.outside.createElement('div');
     this.label = extension.i18n.getMessage('areaLabel');
     /** @type {HTMLCanvasElement | null} */
     this.picture = null;
     this.keeps = 0;
     /** Why nothing works; empty while it does. */
     this.complaint = '';
+    /** @type {AreaBox | null} */
+    this.place = null;
+    this.hasEnded = false;
     this.makeNodes();
+  }
+
+  /** @type {Document | null} */
+  static outside = null;
+
+  /** Comes into the document. Code of the page's may run in that, and end the element. */
+  start() {
     this.keep();
-    this.place = new AreaBox(element, (shown) => this.show(shown), (visible) => this.cut(visible));
+    if (!this.hasEnded) {
+      this.place = new AreaBox(this.element, (shown) => this.show(shown), (visible) => this.cut(visible));
+      this.place.measure();
+    }
   }
 
   /** @private */
@@ -60,12 +74,16 @@ class PluginArea {
   }
 
   end() {
-    this.place.end();
+    this.hasEnded = true;
+    this.place?.end();
     this.host.remove();
   }
 
   /** Puts the area back where a script has thrown it out of the document; not for ever. */
   keep() {
+    if (this.hasEnded) {
+      return;
+    }
     const container = this.container();
     if (this.host.parentNode !== container && ++this.keeps < 100) {
       tree.append(container, this.host);
@@ -167,7 +185,9 @@ class PluginArea {
   }
 
   /**
-   * Draws the picture from its bytes: no address is asked, so that no policy of the page forbids it.
+   * Draws the picture from its bytes: no address is asked, so that no policy of the page forbids it. It may come
+   * from anywhere, and pages find ways into closed shadow roots: so a picture of the extension is drawn first,
+   * after which browsers let no page read the canvas.
    * @param {{type: string, data: string, width: number, height: number}} told
    */
   async showPicture({ type, data, width, height }) {
@@ -175,11 +195,17 @@ class PluginArea {
     // As the module's area has it: its colours as they stand in the file, and not turned.
     const bitmap = await createImageBitmap(new Blob([bytes], { type }),
       { colorSpaceConversion: 'none', imageOrientation: 'none' });
+    const ours = new Image();
+    ours.src = extension.runtime.getURL('icons/16.png');
+    await ours.decode();
     const canvas = tree.create('canvas');
     canvas.width = width;
     canvas.height = height;
     PluginArea.style(canvas, { all: 'initial', display: 'block', flex: 'none' });
-    canvas.getContext('2d')?.drawImage(bitmap, 0, 0);
+    const context = /** @type {CanvasRenderingContext2D} */ (canvas.getContext('2d'));
+    context.drawImage(ours, 0, 0);
+    context.clearRect(0, 0, width, height);
+    context.drawImage(bitmap, 0, 0);
     bitmap.close();
     this.picture = canvas;
     if (this.isLabelled) {

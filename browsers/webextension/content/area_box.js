@@ -21,6 +21,7 @@ class AreaBox {
     this.place = place;
     this.cut = cut;
     this.frame = 0;
+    this.hasEnded = false;
     this.sizes = new ResizeObserver(() => this.measure());
     this.sizes.observe(element);
     this.styles = new MutationObserver(this.soon);
@@ -30,13 +31,13 @@ class AreaBox {
       addEventListener(name, this.soon, { capture: true, passive: true });
     }
     this.watchStyles();
-    this.measure();
   }
 
   /** What may move or change a box without changing its size. */
   static signs = ['scroll', 'resize', 'fullscreenchange', 'toggle', 'transitionend', 'animationend'];
 
   end() {
+    this.hasEnded = true;
     this.sizes.disconnect();
     this.styles.disconnect();
     this.moves?.disconnect();
@@ -66,7 +67,7 @@ class AreaBox {
     const box = this.shownBox();
     this.place(box);
     this.moves?.disconnect();
-    if (box) {
+    if (box && !this.hasEnded) {
       this.watchMoves(this.element.getBoundingClientRect(), 1);
     }
   }

@@ -86,6 +86,7 @@ class DocumentPlugins {
       params,
       ...elementFacts.size(element),
     }, (answer) => answer.error !== undefined && plugin.area.showBroken(answer.error));
+    plugin.area.start();
   }
 
   /** @private @param {HTMLElement} element @param {HostLink} link @param {boolean} takesDrops */

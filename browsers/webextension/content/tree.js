@@ -31,6 +31,9 @@ const tree = {
   /** @template {keyof HTMLElementTagNameMap} K @param {K} name @returns {HTMLElementTagNameMap[K]} */
   create: (name) => /** @type {any} */ (Document.prototype.createElement.call(document, name)),
 
+  /** A document without a window, where no element is of a class of the page's. @returns {Document} */
+  outside: () => Reflect.get(Document.prototype, 'implementation', document).createHTMLDocument(''),
+
   /** @returns {Element} */
   root: () => Reflect.get(Document.prototype, 'documentElement', document),
 

@@ -147,5 +147,5 @@
 
   /** @type {PageValues} */
   const values = { bare, uncurried, getterOf, encode, encodeAll, decode, objectOf, release, forgetAll };
-  Object.defineProperty(globalThis, Symbol.for('orvane-web.values'), { value: values, configurable: true });
+  Object.defineProperty(globalThis, Symbol.for('orvane-web.values'), bare({ value: values, configurable: true }));
 })();

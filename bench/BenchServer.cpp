@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <stdexcept>
 #include <string_view>
+#include <utility>
 
 #include "tests/support/ScriptedServer.h"
 
@@ -33,13 +34,13 @@ size_t wholeSize(std::string_view received) {
 BenchServer::BenchServer(size_t bodySize, Length length)
     : BenchServer(std::string(bodySize, 'x'), length) {}
 
-BenchServer::BenchServer(const std::string& body, Length length) {
-  _response = "HTTP/1.1 200 OK\r\nContent-Type: application/json\r\n";
-  if (length == Length::kAnnounced) {
-    _response.append(kLength).append(std::to_string(body.size())).append("\r\n");
-  }
-  _response.append("\r\n");
-  _response.append(body);
+BenchServer::BenchServer(const std::string& body, Length length)
+    : BenchServer([this](std::string_view) -> const std::string& { return _response; }) {
+  _response = responseOf(body, length);
+}
+
+BenchServer::BenchServer(std::function<const std::string&(std::string_view request)> respond)
+    : _respond(std::move(respond)) {
   _listener = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
   sockaddr_in address = {};
   address.sin_family = AF_INET;
@@ -52,6 +53,14 @@ BenchServer::BenchServer(const std::string& body, Length length) {
   }
   _port = ntohs(address.sin_port);
   _thread = std::thread([this] { serve(); });
+}
+
+std::string BenchServer::responseOf(const std::string& body, Length length) {
+  std::string response = "HTTP/1.1 200 OK\r\nContent-Type: application/json\r\n";
+  if (length == Length::kAnnounced) {
+    response.append(kLength).append(std::to_string(body.size())).append("\r\n");
+  }
+  return response.append("\r\n").append(body);
 }
 
 BenchServer::~BenchServer() {
@@ -84,7 +93,7 @@ void BenchServer::answer(int connection) const {
     request[size] = '\0';
     whole = wholeSize(std::string_view(request, size));
   }
-  test_support::sendAll(connection, _response);
+  test_support::sendAll(connection, _respond(std::string_view(request, size)));
 }
 
 }  // namespace bench

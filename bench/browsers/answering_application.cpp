@@ -1,19 +1,22 @@
 // An application that answers at once, the same for every page. It publishes its address in the
 // home directory, and ends with its input.
 //   /bench/size/N   a JSON text of N bytes
-//   /bench/wait/MS  an answer after so long; says "waits" and "waited" on the output meanwhile
+//   /bench/wait/MS  as below after so long; says "waits" and "waited" on the output meanwhile
 //   else            that no transfer is there
 
-#include <httplib.h>
 #include <unistd.h>
 
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <functional>
+#include <map>
+#include <optional>
 #include <string>
+#include <string_view>
 #include <thread>
 
+#include "bench/BenchServer.h"
 #include "tests/support/Sandbox.h"
 
 namespace {
@@ -37,33 +40,39 @@ std::string jsonOf(size_t size) {
   return text + "\"}";
 }
 
-// No thread but the server's own: a change of threads takes as long as an answer.
-class InTurn : public httplib::TaskQueue {
- public:
-  void enqueue(std::function<void()> task) override { task(); }
-  void shutdown() override {}
-};
-
-void serve(httplib::Server& server) {
-  server.new_task_queue = [] { return new InTurn(); };
-  server.set_keep_alive_max_count(1);
-  const auto idle = [](const httplib::Request&, httplib::Response& response) {
-    response.set_content(R"({"iteration_token":"1","transfers":[]})", "application/json");
-  };
-  server.Post(
-      R"(/bench/size/(\d+))", [](const httplib::Request& request, httplib::Response& response) {
-        response.set_content(jsonOf(std::stoul(request.matches[1].str())), "application/json");
-      });
-  server.Post(
-      R"(/bench/wait/(\d+))", [](const httplib::Request& request, httplib::Response& response) {
-        say("waits");
-        std::this_thread::sleep_for(std::chrono::milliseconds(std::stoi(request.matches[1].str())));
-        say("waited");
-        response.set_content("{}", "application/json");
-      });
-  server.Get(".*", idle);
-  server.Post(".*", idle);
+// The number behind `path` in the first line of a request, if it asks for that.
+std::optional<unsigned long> askedFor(std::string_view request, std::string_view path) {
+  const size_t found = request.substr(0, request.find("\r\n")).find(path);
+  if (found == std::string_view::npos) {
+    return std::nullopt;
+  }
+  return std::strtoul(request.data() + found + path.size(), nullptr, 10);
 }
+
+// Every response is made once, so that the first of a size is the only one to wait for.
+class Responses {
+ public:
+  const std::string& operator()(std::string_view request) {
+    if (const std::optional<unsigned long> size = askedFor(request, "/bench/size/")) {
+      std::string& response = _bySize[*size];
+      return response.empty() ? response = responseOf(jsonOf(*size)) : response;
+    }
+    if (const std::optional<unsigned long> time = askedFor(request, "/bench/wait/")) {
+      say("waits");
+      std::this_thread::sleep_for(std::chrono::milliseconds(*time));
+      say("waited");
+    }
+    return _idle;
+  }
+
+ private:
+  static std::string responseOf(const std::string& body) {
+    return bench::BenchServer::responseOf(body, bench::BenchServer::Length::kAnnounced);
+  }
+
+  std::map<unsigned long, std::string> _bySize;
+  const std::string _idle = responseOf(R"({"iteration_token":"1","transfers":[]})");
+};
 
 }  // namespace
 
@@ -72,17 +81,13 @@ int main() {
   if (home == nullptr) {
     return 2;
   }
-  httplib::Server server;
-  serve(server);
-  const int port = server.bind_to_any_port("127.0.0.1");
+  Responses responses;
+  const bench::BenchServer server(std::ref(responses));
   test_support::writeFile(std::string(home) + "/.orvane/pellion/var/run/http.uri",
-                          "http://127.0.0.1:" + std::to_string(port) + "/");
-  std::thread listener([&] { server.listen_after_bind(); });
+                          "http://127.0.0.1:" + std::to_string(server.port()) + "/");
   say("ready");
   char byte;
   while (read(STDIN_FILENO, &byte, 1) > 0) {
   }
-  server.stop();
-  listener.join();
   return 0;
 }

@@ -40,13 +40,17 @@ void AsyncCalls::close(NPP npp) {
 }
 
 bool AsyncCalls::post(NPP npp, void (*function)(void*), void* data) {
-  OpenInstances& instances = openInstances();
-  std::lock_guard<std::mutex> lock(instances.mutex);
-  const auto it = instances.owners.find(npp);
-  if (it == instances.owners.end()) {
-    return false;
+  Owner owner = 0;
+  {
+    OpenInstances& instances = openInstances();
+    std::lock_guard<std::mutex> lock(instances.mutex);
+    const auto it = instances.owners.find(npp);
+    if (it == instances.owners.end()) {
+      return false;
+    }
+    owner = it->second;
   }
-  MainLoop::post([owner = it->second, function, data] {
+  MainLoop::post([owner, function, data] {
     if (isOpen(owner)) {
       function(data);
     }

@@ -1,21 +1,23 @@
 #ifndef TOOLS_WEB_HOST_FRAME_READER_H_
 #define TOOLS_WEB_HOST_FRAME_READER_H_
 
+#include <glib.h>
+
 #include <deque>
 #include <functional>
-#include <mutex>
 #include <string>
-#include <thread>
+
+#include "tools/web_host/FrameParser.h"
 
 namespace web_host {
 
-// Reads frames on a thread of its own, so that the end of the input is seen whatever the main
-// thread does. It reads ahead within limits.
+// Reads frames in the main loop, also in loops nested in it. What comes while the main thread does
+// something else stays with the browser.
 class FrameReader {
  public:
-  // Called on the reader's thread.
   struct Events {
-    std::function<void()> arrived;  // take() has one more
+    // Frames come in order, also when this runs a loop. The reader must live until it returns.
+    std::function<void(const std::string& frame)> arrived;
     // Nothing follows. The text says why; it is empty when the browser closed the input.
     std::function<void(const std::string& reason)> ended;
   };
@@ -26,25 +28,18 @@ class FrameReader {
   FrameReader(const FrameReader&) = delete;
   FrameReader& operator=(const FrameReader&) = delete;
 
-  // Any thread: the oldest frame that has not been taken. False when there is none.
-  bool take(std::string* frame);
-
  private:
-  static constexpr size_t kMostFrames = 1000;
-  static constexpr size_t kMostBytes = size_t{64} * 1024 * 1024;
-
-  void run();
-  bool waitForInput(std::string* reason);
-  void keep(std::string frame);
-  bool isFull();
+  bool read();
+  void parse();
+  void giveOut();
 
   const int _input;
   const Events _events;
-  int _stop[2];
-  std::mutex _mutex;
-  std::deque<std::string> _frames;  // guarded by _mutex, as the next
-  size_t _bytes = 0;
-  std::thread _thread;
+  FrameParser _parser;
+  std::deque<std::string> _frames;  // that have come and were not given out
+  std::string _reason;
+  bool _isOver = false;
+  GSource* _source;
 };
 
 }  // namespace web_host

@@ -82,12 +82,11 @@ void FrameWriter::writeSoon(const std::string& message, std::chrono::millisecond
       return;
     }
     const Clock::time_point until = Clock::now() + longest;
-    const bool sooner = _held.empty() || until < _heldUntil;
+    _heldUntil = _held.empty() ? until : std::min(until, _heldUntil);
     _held.push_back(message);
-    if (!sooner) {
+    if (_wakesAt <= _heldUntil) {
       return;
     }
-    _heldUntil = until;
   }
   _changed.notify_one();
 }
@@ -137,8 +136,12 @@ void FrameWriter::waitForFrames(std::unique_lock<std::mutex>& lock) {
   while (_frames.empty() && !_finishing) {
     if (_held.empty()) {
       _changed.wait(lock);
-    } else if (_changed.wait_until(lock, _heldUntil) == std::cv_status::timeout) {
+    } else if (_heldUntil <= Clock::now()) {
       takeHeld();
+    } else {
+      _wakesAt = _heldUntil;
+      _changed.wait_until(lock, _wakesAt);
+      _wakesAt = Clock::time_point::max();
     }
   }
   if (_frames.empty()) {

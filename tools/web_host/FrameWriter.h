@@ -54,6 +54,7 @@ class FrameWriter {
   uint64_t _lastId = 0;
   std::vector<std::string> _held;  // before all that is written later
   Clock::time_point _heldUntil;
+  Clock::time_point _wakesAt = Clock::time_point::max();  // the thread, without a word
   std::deque<std::string> _frames;
   bool _writing = false;  // the thread is, without the lock
   bool _finishing = false;

@@ -10,6 +10,8 @@
 #include "tools/json/JsonDocument.h"
 #include "tools/json/JsonError.h"
 #include "tools/web_host/ApplicationCheck.h"
+#include "tools/web_host/FrameReader.h"
+#include "tools/web_host/InputEnd.h"
 #include "tools/web_host/Reply.h"
 
 namespace web_host {
@@ -27,15 +29,16 @@ WebHost::~WebHost() = default;
 
 int WebHost::run() {
   FrameReader::Events events;
-  events.arrived = [this] { MainLoop::post([this] { takeFrame(); }); };
-  events.ended = [this](const std::string& reason) {
-    _deadline.start();
-    MainLoop::post([this, reason] { reason.empty() ? end(0) : giveUp(reason); });
+  events.arrived = [this](const std::string& frame) {
+    if (!_ended) {
+      handle(frame);
+    }
   };
-  _reader = std::make_unique<FrameReader>(_channel.input, std::move(events));
+  events.ended = [this](const std::string& reason) { reason.empty() ? end(0) : giveUp(reason); };
+  const FrameReader reader(_channel.input, std::move(events));
+  const InputEnd inputEnd(_channel.input, [this] { _deadline.start(); });
   _loop.run();
   _tornDown = true;
-  _reader.reset();
   _leave.reset();
   _elements.reset();
   _areas.reset();
@@ -43,13 +46,6 @@ int WebHost::run() {
   _page.reset();
   _writer.finish();
   return _code;
-}
-
-void WebHost::takeFrame() {
-  std::string frame;
-  if (!_ended && _reader->take(&frame)) {
-    handle(frame);
-  }
 }
 
 void WebHost::handle(const std::string& frame) {

@@ -14,7 +14,6 @@
 #include "tools/web_host/Desktop.h"
 #include "tools/web_host/Drops.h"
 #include "tools/web_host/Elements.h"
-#include "tools/web_host/FrameReader.h"
 #include "tools/web_host/FrameWriter.h"
 #include "tools/web_host/OperationOrder.h"
 #include "tools/web_host/RemotePage.h"
@@ -37,7 +36,6 @@ class WebHost {
   int run();
 
  private:
-  void takeFrame();
   void handle(const std::string& frame);
   void greet(const json::JsonValue& message);
   void performInOrder();
@@ -76,7 +74,6 @@ class WebHost {
   bool _ended = false;
   bool _tornDown = false;
   int _code = 0;
-  std::unique_ptr<FrameReader> _reader;  // calls this from its thread
 };
 
 }  // namespace web_host

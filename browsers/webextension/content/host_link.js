@@ -11,10 +11,11 @@
  */
 class HostLink {
   /**
+   * @param {TaskQueue} queue
    * @param {(tell: any) => void} tell what the host tells by itself
    * @param {() => void} lost called once
    */
-  constructor(tell, lost) {
+  constructor(queue, tell, lost) {
     this.tell = tell;
     this.lost = lost;
     /** Why nothing works any more; empty while it does. */
@@ -30,7 +31,7 @@ class HostLink {
     this.port = null;
     try {
       this.port = extension.runtime.connect({ name: this.key });
-      this.port.onMessage.addListener((message) => this.hear(message));
+      this.port.onMessage.addListener((message) => queue.hearing(() => this.hear(message)));
       this.port.onDisconnect.addListener(() => this.end(extension.runtime?.id ? sentences.hostGone : sentences.updated));
     } catch {
       this.end(sentences.updated);

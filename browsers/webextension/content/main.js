@@ -31,7 +31,13 @@ class DocumentPlugins {
     const handOver = () =>
       tree.dispatch(new MouseEvent('orvane-web:channel', { relatedTarget: this.channel }));
     this.channel.addEventListener('element', (event) => {
-      this.concerned = /** @type {MouseEvent} */ (event).relatedTarget;
+      const element = /** @type {MouseEvent} */ (event).relatedTarget;
+      // What can be prevented asks whether it is one of ours, and is answered by that.
+      if (!event.cancelable) {
+        this.concerned = element;
+      } else if (this.use(element)) {
+        event.preventDefault();
+      }
     });
     this.channel.addEventListener('request', (event) => {
       this.say('reply', this.answer(/** @type {CustomEvent} */ (event).detail));
@@ -127,7 +133,9 @@ class DocumentPlugins {
       }
     };
     this.forget();
-    link = new HostLink((tell) => this.queue.push(() => this.hear(tell), tell.tell === 'release'), lost);
+    link = new HostLink(this.queue, (tell) => {
+      this.queue.push(() => this.hear(tell), tell.tell === 'release' ? 'quiet' : 'task');
+    }, lost);
     return link;
   }
 

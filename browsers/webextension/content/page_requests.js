@@ -33,7 +33,7 @@ class PageRequests {
     }
     if (later) {
       plugin.link.send({ ...operation, later: true }, (answer) => {
-        this.queue.push(() => this.tellPage(['settle', request[1], ...PageRequests.outcome(answer)]));
+        this.queue.push(() => this.tellPage(['settle', request[1], ...PageRequests.outcome(answer)]), 'promise');
       });
       return ['value', null];
     }

@@ -44,15 +44,26 @@
   // ---- Asking the content script ----
 
   /**
+   * An event that names an element, or null for what is not even a node. One that can be prevented asks whether
+   * the element is one of ours, and is prevented then.
+   * @type {(element: any, cancelable: boolean) => MouseEvent | null}
+   */
+  function naming(element, cancelable) {
+    try {
+      return new MouseEvent('element', bare({ relatedTarget: element, cancelable }));
+    } catch {
+      return null;
+    }
+  }
+
+  /**
    * What the content script says to a request on an element, as JSON: a kind and a value.
    * @type {(element: any, request: string) => string}
    */
   function ask(element, request) {
-    let concerned;
-    try {
-      concerned = new MouseEvent('element', bare({ relatedTarget: element }));
-    } catch {
-      return '["none",null]';  // not even a node
+    const concerned = naming(element, false);
+    if (concerned === null) {
+      return '["none",null]';
     }
     reply = '';
     if (channel !== null) {
@@ -67,6 +78,10 @@
 
   /** @param {any} element */
   function isOurs(element) {
+    const question = naming(element, true);
+    if (question !== null && channel !== null && !dispatch(channel, question)) {
+      return true;
+    }
     const answer = ask(element, '["use"]');
     return answer === '["ours",null]' ||
       (answer === orphaned && lowerCase(attributeOf(element, 'type') ?? '') === 'application/x-orvane-web');

@@ -104,7 +104,7 @@ void FrameWriter::takeHeld() {
 
 // With the lock held.
 void FrameWriter::add(const std::string& message) {
-  for (const std::string& piece : piecesOf(message, ++_lastId)) {
+  for (const std::string& piece : piecesOf(message, &_lastId)) {
     _frames.push_back(frameOf(piece));
   }
 }

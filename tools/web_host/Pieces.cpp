@@ -1,57 +1,57 @@
 #include "tools/web_host/Pieces.h"
 
-#include "tools/json/JsonWriter.h"
-
 namespace web_host {
 namespace {
 
 // What stands around a piece's text.
 const size_t kAround = 200;
 
-size_t escapedSize(char byte) {
-  if (byte == '"' || byte == '\\') {
-    return 2;
-  }
-  return static_cast<unsigned char>(byte) < 0x20 ? 6 : 1;
-}
+// Shorter strings stay where they are: no message has so many of them that it would be large.
+const size_t kShortest = 1000;
 
-bool beginsCharacter(char byte) {
-  return (static_cast<unsigned char>(byte) & 0xC0) != 0x80;
-}
-
-// Where the piece from `start` on ends.
-size_t endOfPiece(const std::string& message, size_t start) {
-  size_t room = kLargestMessage - kAround;
+// Where the string ends whose text begins at `start`, or what of it fits into `room`: between
+// characters, and not inside an escape.
+size_t endOfText(const std::string& json, size_t start, size_t room) {
   size_t end = start;
-  while (end < message.size() && escapedSize(message[end]) <= room) {
-    room -= escapedSize(message[end++]);
-  }
-  while (end < message.size() && !beginsCharacter(message[end])) {
-    --end;
+  while (end < json.size() && json[end] != '"') {
+    size_t next = end + (json[end] != '\\' ? 1 : json[end + 1] == 'u' ? 6 : 2);
+    while (next < json.size() && (static_cast<unsigned char>(json[next]) & 0xC0) == 0x80) {
+      ++next;
+    }
+    if (next - start > room) {
+      return end;
+    }
+    end = next;
   }
   return end;
 }
 
 }  // namespace
 
-std::vector<std::string> piecesOf(const std::string& message, uint64_t id) {
+std::vector<std::string> piecesOf(const std::string& message, uint64_t* lastId) {
   if (message.size() <= kLargestMessage) {
     return {message};
   }
-  std::vector<std::string> texts;
-  for (size_t start = 0; start < message.size();) {
-    const size_t end = endOfPiece(message, start);
-    texts.push_back(message.substr(start, end - start));
-    start = end;
-  }
   std::vector<std::string> pieces;
-  for (size_t i = 0; i < texts.size(); ++i) {
-    json::JsonWriter json;
-    json.openObject().key("piece").value(static_cast<int64_t>(i));
-    json.key("of").value(static_cast<int64_t>(texts.size()));
-    json.key("id").value(static_cast<int64_t>(id)).key("text").value(texts[i]);
-    pieces.push_back(json.closeObject().text());
+  std::string whole = R"({"whole":)";
+  size_t start = 0;
+  for (size_t quote; (quote = message.find('"', start)) != std::string::npos;) {
+    const size_t text = quote + 1;
+    const size_t end = endOfText(message, text, message.size());
+    if (end - text < kShortest) {
+      whole.append(message, start, end + 1 - start);
+    } else {
+      const std::string id = std::to_string(++*lastId);
+      whole.append(message, start, quote - start).append(R"({"v":"pieces","id":)" + id + "}");
+      for (size_t from = text, to; from < end; from = to) {
+        to = endOfText(message, from, kLargestMessage - kAround);
+        pieces.push_back(R"({"piece":)" + id + R"(,"text":")" + message.substr(from, to - from) +
+                         "\"}");
+      }
+    }
+    start = end + 1;
   }
+  pieces.push_back(whole.append(message, start) + "}");
   return pieces;
 }
 

@@ -27,12 +27,19 @@ export const readyRule = {
 /** Characters of one piece of an answer: browsers bear addresses of one million. */
 const pieceLength = 700_000;
 
+/** @type {{[character: string]: string}} what JSON is full of, and what addresses carry as it is */
+const partners = { '"': '!', '!': '"', '{': '(', '(': '{', '}': ')', ')': '}' };
+
 /**
- * An answer as addresses carry it: pieces of the encoded text, each after the number of all.
- * @param {object} answer
+ * An answer as addresses carry it: pieces of the encoded text, each after the number of all. A text, which mostly
+ * is JSON, goes with the partners of its characters, so that it does not become two or three times as long.
+ * @param {any} answer a message of the host
  */
-export function piecesOf(answer) {
-  const encoded = encodeURIComponent(JSON.stringify(answer));
+export function piecesOf({ value, ...rest }) {
+  const easy = typeof value === 'string' ? { partners: value.replace(/[!"(){}]/g, (found) => partners[found]) }
+    : value === undefined ? {} : { value };
+  const encoded = encodeURI(JSON.stringify({ ...rest, ...easy })).replace(/['#]/g, (found) =>
+    (found === '#' ? '%23' : '%27'));
   const count = Math.max(1, Math.ceil(encoded.length / pieceLength));
   return Array.from({ length: count }, (_, i) =>
     `${count}/${encoded.slice(i * pieceLength, (i + 1) * pieceLength)}`);

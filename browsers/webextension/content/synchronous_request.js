@@ -16,6 +16,8 @@ class SynchronousRequests {
     this.wasAnswered = false;
     this.answers = [extension.runtime.getURL('answer.txt?'), 'data:text/plain,answer?'];
     this.pending = 'data:text/plain,pending';
+    /** @type {{[character: string]: string}} in the background's texts, for each other */
+    this.partners = { '"': '!', '!': '"', '{': '(', '(': '{', '}': ')', ')': '}' };
     /** @type {{taken?: number}} Chromium: the call whose answer was read last */
     this.taken = {};
   }
@@ -234,6 +236,10 @@ class SynchronousRequests {
       }
       encoded += piece.slice(piece.indexOf('/') + 1);
     }
-    return JSON.parse(decodeURIComponent(encoded));
+    const { partners, ...answer } = JSON.parse(decodeURIComponent(encoded));
+    if (partners !== undefined) {
+      answer.value = partners.replace(/[!"(){}]/g, (/** @type {string} */ found) => this.partners[found]);
+    }
+    return answer;
   }
 }

@@ -152,10 +152,11 @@ void BrowserPage::runPage(const std::string& page) {
 }
 
 void BrowserPage::answer(const std::string& keys) {
-  user::enter(user::waitForWindow("Orvane Web"));
+  const std::string question = user::waitForWindow("Orvane Web");
+  user::enter(question);
   std::this_thread::sleep_for(std::chrono::milliseconds(400));  // the buttons come alive
   user::key(keys);
-  user::waitForNoWindow("Orvane Web");
+  user::waitForEnd(question);  // the next document's may be asked at once
 }
 
 std::vector<pid_t> BrowserPage::running(const std::string& program) const {

@@ -137,6 +137,12 @@ void waitForNoWindow(const std::string& title) {
   }
 }
 
+void waitForEnd(const std::string& window) {
+  if (!waitFor([&] { return xdotool("getwindowname " + window).empty(); })) {
+    throw std::runtime_error("the window " + window + " stays");
+  }
+}
+
 void enter(const std::string& window) {
   const Point middle = middleOf(window);
   movePointer(middle.x, middle.y);

@@ -30,6 +30,8 @@ namespace user {
 // The first visible window whose title is `title` as a regular expression between ^ and $.
 std::string waitForWindow(const std::string& title);
 void waitForNoWindow(const std::string& title);
+// Until that window is destroyed; others may have its title.
+void waitForEnd(const std::string& window);
 // Moves the pointer into the window, where the keys go.
 void enter(const std::string& window);
 // In the middle of the screen.

@@ -7,6 +7,9 @@ export const hostName = 'example.orvane.web_host';
 
 export const hostGone = 'Orvane Web: the program beside the browser has ended. Reload the page.';
 
+/** Documents of one tab that may have a program each: frames cost a page nothing, processes cost the user. */
+export const mostOfTab = 64;
+
 /**
  * The rule that says to a waiting page of Chromium that this script listens: only it is newer than the one kept.
  * @type {chrome.declarativeNetRequest.Rule}

@@ -1,7 +1,7 @@
 // Connects each document that has an element of ours with a host program of its own. It knows nothing
 // that does not hang on a port: a browser may stop this script at any time when no port is open.
 import { DocumentLink } from './document_link.js';
-import { extension, isFirefox } from './extension.js';
+import { extension, isFirefox, mostOfTab } from './extension.js';
 import { HeldRequests } from './held_requests.js';
 import { AnswerRules } from './answer_rules.js';
 import { TabReports } from './tab_reports.js';
@@ -9,9 +9,6 @@ import { noteLeave } from './plugin_list_sites.js';
 
 /** @type {Map<string, DocumentLink>} by the key that the content script has drawn */
 const links = new Map();
-
-/** Documents of one tab that may have a program each: frames cost a page nothing, processes cost the user. */
-const mostOfTab = 64;
 
 const synchronousWay = isFirefox ? new HeldRequests(links) : new AnswerRules(links);
 

@@ -1,5 +1,5 @@
 // The page of the toolbar's button: what is allowed, what is broken, and what is under way in the tab on show.
-import { extension } from '../background/extension.js';
+import { extension, mostOfTab } from '../background/extension.js';
 import { noteLeave } from '../background/plugin_list_sites.js';
 import { HostQuestion } from './host_question.js';
 import { applicationRow, elementRow, hostMissingRow, hostRow, moduleRow, siteRow, text } from './rows.js';
@@ -87,7 +87,7 @@ function askSite(origin, place) {
 /** @param {string} origin of the tab itself @param {DocumentSummary[]} documents */
 async function askHost(origin, documents) {
   const others = [...new Set(documents.map((each) => each.origin))].filter((each) => each !== origin);
-  const sites = [origin, ...others].map((each) => askSite(each, placeOf('site')));
+  const sites = [origin, ...others].slice(0, mostOfTab).map((each) => askSite(each, placeOf('site')));
   const places = { host: placeOf('host'), module: placeOf('module'), application: placeOf('application') };
   sites.slice(1).forEach(({ known }) => known.catch(() => {}));
   try {

@@ -2,6 +2,7 @@
 round, and gives each row one figure."""
 
 import random
+import statistics
 import time
 from dataclasses import dataclass
 
@@ -30,12 +31,13 @@ class Plan:
     watched: float  # while a call waits
     idle_rounds: int
     idle: float
+    windows: int  # of that length in each idle round
 
 
 WHOLE = Plan(rounds=25, calls=20, first_rounds=15, sizes=SIZES, size_rounds=5, loads=41, elements=21, watch_rounds=3,
-             watched=3, idle_rounds=5, idle=8)
+             watched=3, idle_rounds=5, idle=4, windows=4)
 QUICK = Plan(rounds=1, calls=2, first_rounds=1, sizes=SIZES, size_rounds=1, loads=1, elements=3, watch_rounds=1,
-             watched=0.2, idle_rounds=1, idle=0.2)
+             watched=0.2, idle_rounds=1, idle=0.2, windows=1)
 
 
 def shuffled(contestants):
@@ -98,6 +100,7 @@ class Rounds:
     def waiting(self):
         self.stage.go('with/calls.html')
         self.stage.order('calls', 'version', 0, 1)
+        time.sleep(self.plan.watched)  # what the page's load has left to do
         for _ in range(self.plan.watch_rounds):
             self.note('still', core=self.watch(self.plan.watched))
             self.stage.begin('wait', int((self.plan.watched + 1) * 1000))
@@ -113,11 +116,13 @@ class Rounds:
             raise RuntimeError(f'the application said {said!r} instead of {word!r}')
 
     def idle(self):
+        """The median of several windows: a browser's own work comes now and then, and all at once."""
         for _ in range(self.plan.idle_rounds):
             for page in shuffled(['session', 'plain']):
                 self.stage.go(f'with/{page}.html')
-                time.sleep(self.plan.idle / 3)  # what the page's load has left to do
-                self.note(f'idle/{page}', core=self.watch(self.plan.idle))
+                time.sleep(self.plan.idle)
+                windows = [self.watch(self.plan.idle) for _ in range(self.plan.windows)]
+                self.note(f'idle/{page}', core=statistics.median(windows))
 
     def memory(self):
         """Of hosts that have answered: one with an element, the same with more, and one more document."""

@@ -1,6 +1,7 @@
 """What is measured in one browser. Contestants take turns in random order; each turn of all of them is a
 round, and gives each row one figure."""
 
+import math
 import random
 import statistics
 import time
@@ -13,8 +14,9 @@ SIZES = (64 * 1024, 1024 * 1024, 16 * 1024 * 1024)
 HOST = 'orvane-web-host'
 MS = 1e6  # nanoseconds
 
-# The page's name of each way, and the characters of the answer.
-CALLS = {'echo': SMALL, 'promise': SMALL, 'callback': SMALL, 'request': SMALL, 'version': 0}
+# Turns: the page's names of the ways that alternate, and the characters of their answers. Those of one turn leave
+# nothing to do behind them, which the next would wait for.
+CALLS = ({'echo': SMALL, 'promise': SMALL}, {'callback': SMALL}, {'request': SMALL}, {'version': 0})
 
 
 @dataclass
@@ -25,7 +27,8 @@ class Plan:
     first_rounds: int
     sizes: tuple
     size_rounds: int
-    loads: int
+    load_rounds: int
+    loads: int  # of each page in each round
     elements: int
     watch_rounds: int
     watched: float  # while a call waits
@@ -34,10 +37,16 @@ class Plan:
     windows: int  # of that length in each idle round
 
 
-WHOLE = Plan(rounds=25, calls=20, first_rounds=15, sizes=SIZES, size_rounds=5, loads=41, elements=21, watch_rounds=3,
-             watched=3, idle_rounds=5, idle=4, windows=4)
-QUICK = Plan(rounds=1, calls=2, first_rounds=1, sizes=SIZES, size_rounds=1, loads=1, elements=3, watch_rounds=1,
-             watched=0.2, idle_rounds=1, idle=0.2, windows=1)
+WHOLE = Plan(rounds=45, calls=20, first_rounds=15, sizes=SIZES, size_rounds=5, load_rounds=15, loads=8, elements=21,
+             watch_rounds=3, watched=3, idle_rounds=5, idle=4, windows=4)
+QUICK = Plan(rounds=1, calls=2, first_rounds=1, sizes=SIZES, size_rounds=1, load_rounds=1, loads=1, elements=3,
+             watch_rounds=1, watched=0.2, idle_rounds=1, idle=0.2, windows=1)
+
+
+def middle(times):
+    """The mean of the middle half, as the pages take it."""
+    half = sorted(times)[len(times) // 4:math.ceil(len(times) * 0.75)]
+    return sum(half) / len(half)
 
 
 def shuffled(contestants):
@@ -61,11 +70,12 @@ class Rounds:
         return self.measured
 
     def calls(self):
-        for name, size in CALLS.items():
-            self.stage.order('calls', name, size, 5)
+        for turn in CALLS:
+            self.stage.order('calls', turn, 5)
         for _ in range(self.plan.rounds):
-            for name in shuffled(list(CALLS)):
-                self.note(name, time=self.stage.order('calls', name, CALLS[name], self.plan.calls) * MS)
+            for turn in shuffled(CALLS):
+                for name, time_ in self.stage.order('calls', turn, self.plan.calls).items():
+                    self.note(name, time=time_ * MS)
 
     def first_calls(self):
         for page in ('first.html', 'first_echo.html'):
@@ -79,16 +89,20 @@ class Rounds:
         for _ in range(self.plan.size_rounds):
             for way, size in shuffled([(way, size) for way in ('promise', 'request') for size in self.plan.sizes]):
                 count = max(1, min(8, 4 * 1024 * 1024 // size))
-                taken = self.stage.order('calls', way, size, count) * MS
+                taken = self.stage.order('calls', {way: size}, count)[way] * MS
                 self.note(f'{way}/{size}', time=taken, each=taken / size)
 
     def loads(self):
         pages = ['with/many.html', 'without/many.html']
         for page in pages:
             self.stage.go(page)
-        for _ in range(self.plan.loads):
-            for page in shuffled(pages):
-                self.note(page.split('/')[0], time=self.stage.go(page) * MS)
+        for _ in range(self.plan.load_rounds):
+            times = {page: [] for page in pages}
+            for _ in range(self.plan.loads):
+                for page in shuffled(pages):
+                    times[page].append(self.stage.go(page))
+            for page, taken in times.items():
+                self.note(page.split('/')[0], time=middle(taken) * MS)
 
     def watch(self, seconds):
         """The part of a core that browser and host take."""
@@ -99,7 +113,7 @@ class Rounds:
 
     def waiting(self):
         self.stage.go('with/calls.html')
-        self.stage.order('calls', 'version', 0, 1)
+        self.stage.order('calls', {'version': 0}, 1)
         time.sleep(self.plan.watched)  # what the page's load has left to do
         for _ in range(self.plan.watch_rounds):
             self.note('still', core=self.watch(self.plan.watched))

@@ -48,16 +48,19 @@
     return [performance.now() - start, answer];
   }
 
-  async function calls(name, size, count) {
-    const times = [];
+  // `sizes` of the answers by contestant. Where there are several, they alternate call by call.
+  async function calls(sizes, count) {
+    const times = Object.fromEntries(Object.keys(sizes).map((name) => [name, []]));
     for (let i = 0; i < count; ++i) {
-      const [time, answer] = await timeOf(() => contestants[name](size));
-      if (typeof answer !== 'string' || (size > 0 && answer.length !== size)) {
-        throw new Error(`${name}: a wrong answer, ${String(answer).slice(0, 100)}`);
+      for (const name of Object.keys(sizes).sort(() => Math.random() - 0.5)) {
+        const [time, answer] = await timeOf(() => contestants[name](sizes[name]));
+        if (typeof answer !== 'string' || (sizes[name] > 0 && answer.length !== sizes[name])) {
+          throw new Error(`${name}: a wrong answer, ${String(answer).slice(0, 100)}`);
+        }
+        times[name].push(time);
       }
-      times.push(time);
     }
-    return middle(times);
+    return Object.fromEntries(Object.entries(times).map(([name, taken]) => [name, middle(taken)]));
   }
 
   // The time from a fresh document's first use of the way to the answer; the document goes afterwards.

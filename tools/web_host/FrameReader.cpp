@@ -3,7 +3,6 @@
 #include <glib-unix.h>
 #include <unistd.h>
 
-#include <array>
 #include <cerrno>
 #include <utility>
 
@@ -26,13 +25,12 @@ FrameReader::~FrameReader() {
 
 // False at the end.
 bool FrameReader::read() {
-  std::array<char, size_t{64} * 1024> buffer;
-  const ssize_t size = ::read(_input, buffer.data(), buffer.size());
+  const ssize_t size = ::read(_input, _buffer.data(), _buffer.size());
   if (size < 0 && (errno == EINTR || errno == EAGAIN)) {
     return true;
   }
   if (size > 0) {
-    _parser.add(buffer.data(), static_cast<size_t>(size));
+    _parser.add(_buffer.data(), static_cast<size_t>(size));
     parse();
   } else {
     _isOver = true;

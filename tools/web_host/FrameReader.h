@@ -3,6 +3,7 @@
 
 #include <glib.h>
 
+#include <array>
 #include <deque>
 #include <functional>
 #include <string>
@@ -35,6 +36,8 @@ class FrameReader {
 
   const int _input;
   const Events _events;
+  // Not on the stack, where each dialog that blocks a call has a turn of this.
+  std::array<char, size_t{64}* 1024> _buffer = {};
   FrameParser _parser;
   std::deque<std::string> _frames;  // that have come and were not given out
   std::string _reason;

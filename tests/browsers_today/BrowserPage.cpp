@@ -8,7 +8,6 @@
 #include <filesystem>
 #include <fstream>
 #include <stdexcept>
-#include <thread>
 
 #include "tests/support/WaitFor.h"
 #include "tests/support/XDisplay.h"
@@ -152,11 +151,7 @@ void BrowserPage::runPage(const std::string& page) {
 }
 
 void BrowserPage::answer(const std::string& keys) {
-  const std::string question = user::waitForWindow("Orvane Web");
-  user::enter(question);
-  std::this_thread::sleep_for(std::chrono::milliseconds(400));  // the buttons come alive
-  user::key(keys);
-  user::waitForEnd(question);  // the next document's may be asked at once
+  user::answer("Orvane Web", keys);
 }
 
 std::vector<pid_t> BrowserPage::running(const std::string& program) const {

@@ -137,16 +137,24 @@ void waitForNoWindow(const std::string& title) {
   }
 }
 
-void waitForEnd(const std::string& window) {
-  if (!waitFor([&] { return xdotool("getwindowname " + window).empty(); })) {
-    throw std::runtime_error("the window " + window + " stays");
-  }
-}
-
 void enter(const std::string& window) {
   const Point middle = middleOf(window);
   movePointer(middle.x, middle.y);
   pause(300);
+}
+
+void answer(const std::string& title, const std::string& keys) {
+  const std::string window = waitForWindow(title);
+  const auto ended = [&] { return xdotool("getwindowname " + window).empty(); };
+  for (int i = 0; i < 20 && !ended(); ++i) {
+    xdotool("windowactivate " + window);  // where there is a window manager
+    enter(window);
+    key(keys);
+    waitFor(ended, std::chrono::seconds(1));
+  }
+  if (!ended()) {
+    throw std::runtime_error("the window '" + title + "' stays");
+  }
 }
 
 void click() {

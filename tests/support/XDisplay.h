@@ -30,8 +30,9 @@ namespace user {
 // The first visible window whose title is `title` as a regular expression between ^ and $.
 std::string waitForWindow(const std::string& title);
 void waitForNoWindow(const std::string& title);
-// Until that window is destroyed; others may have its title.
-void waitForEnd(const std::string& window);
+// Presses the keys in a window of that title until it is destroyed: it may not have them at once,
+// or not heed them yet. Others may have its title.
+void answer(const std::string& title, const std::string& keys);
 // Moves the pointer into the window, where the keys go.
 void enter(const std::string& window);
 // In the middle of the screen.

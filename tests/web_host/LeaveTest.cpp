@@ -23,11 +23,7 @@ class LeaveQuestion : public DisplaySandbox {
     host->send(makeElement());
     host->send(R"({"n":2,"op":"call","element":1,"name":"initSession","args":["a",""]})");
   }
-  static void answer(const std::string& keys) {
-    user::enter(user::waitForWindow(kAsk));
-    std::this_thread::sleep_for(std::chrono::milliseconds(400));  // the buttons come alive
-    user::key(keys);
-  }
+  static void answer(const std::string& keys) { user::answer(kAsk, keys); }
   std::string sites() const { return readFile(path(".config/orvane-web/sites")); }
 };
 

@@ -116,7 +116,9 @@ TEST_P(FaultsToday, ofTheProgramBesideTheBrowser) {
       kill(stopped, row.signal);
       EXPECT_THAT(waitForLine("promise: "), StartsWith("promise: " + row.outcome));
     }
-    go();
+    if (row.signal != SIGCONT) {  // whose page waits for no word
+      go();
+    }
     expectDone();
     endRow(row.label, row.outcome.empty() ? "nothing: the browser ends the host" : row.outcome);
     EXPECT_TRUE(waitFor([&] { return kill(stopped, 0) != 0; }));
@@ -292,6 +294,17 @@ TEST_P(FaultsToday, ofTheExtension) {
     EXPECT_EQ(waitForLine("promise: "), "promise: 3.1");
     expectDone();
     endRow(row.label, expected);
+  }
+
+  // A page that says nothing for longer than a background without one may stay awake.
+  if (nightly) {
+    beginRow();
+    openAndStay();
+    EXPECT_FALSE(waitFor([&] { return act("isAsleep") == "true"; }, std::chrono::seconds(60)));
+    tell();
+    EXPECT_EQ(waitForLine("call: "), "call: 3.1");
+    expectDone();
+    endRow("the page says nothing for a minute", "3.1");
   }
 
   // By force, and (where there is time) as it comes by itself, after some 30 seconds.

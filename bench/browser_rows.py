@@ -32,7 +32,7 @@ def rows_of(browser):
         value('still', 'core'), added, unit='%', goal='<= 5' if browser == 'firefox' else None, figure_unit='%')
     row('idle session: part of a core', value('idle/session', 'core'), 'page without an element',
         value('idle/plain', 'core'), added, unit='%', goal='<= 0.1', figure_unit='%')
-    row('load of 5,000 elements, none of ours', value('with'), 'without the extension', value('without'), times,
+    row('load of 5,000 elements, none of ours', value('with'), 'without its scripts', value('without'), times,
         unit='ms', goal='<= 1.02')
     row('memory of a host with one element', value('host', 'share'), '', None, alone, unit='KiB', figure_unit='KiB')
     row('memory of a host with one element: its own pages', value('host', 'own'), '', None, alone, unit='KiB',

@@ -26,6 +26,7 @@ namespace {
 constexpr size_t kMostSteps = 24;
 constexpr size_t kMostElements = 3;
 constexpr int kMostTurns = 100'000;
+constexpr char kModule[] = "/proc/self/exe";
 constexpr char kAgent[] = "FakeBrowser/1.0";
 
 // An operation as the extension writes it, and all that the host is to say about it.
@@ -261,8 +262,9 @@ class NewWorld {
 }  // namespace
 
 // The host finds the module in this program.
-extern "C" void* __wrap_dlopen(const char*, int flags) {
-  return __real_dlopen(nullptr, flags);
+extern "C" void* __wrap_dlopen(const char* path, int flags) {
+  const bool isModule = path != nullptr && std::string(path) == kModule;
+  return __real_dlopen(isModule ? nullptr : path, flags);
 }
 
 // What the module leaves behind on purpose is many times as much as all else.
@@ -271,7 +273,7 @@ extern "C" const char* __asan_default_options() {
 }
 
 void tryInput(FuzzInput input) {
-  setenv("ORVANE_WEB_MODULE", "/proc/self/exe", 1);
+  setenv("ORVANE_WEB_MODULE", kModule, 1);
   const std::string body = input.text();
   const planned_network::Answer answer = {
       "HTTP/1.1 200 OK\r\nContent-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body, {}};

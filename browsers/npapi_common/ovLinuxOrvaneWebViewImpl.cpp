@@ -70,10 +70,7 @@ GStrvPtr takeUris(GtkSelectionData* data, guint info) {
 bool ovLinuxOrvaneWebViewImpl::init(NPWindow* window, NPP /*instance*/, bool enableDrop,
                                     bool allowDirectories, bool allowMultiple) {
   ov_trace("ovLinuxOrvaneWebViewImpl::init()");
-  const bool haveGtk = Pellion::Web::ensureGtkInitialised();
-  if (haveGtk) {
-    setDefaultIcon();
-  }
+  Pellion::Web::whenGtkIsInitialised(setDefaultIcon);
   _enableDrop = enableDrop;
   _allowDirectories = allowDirectories;
   _allowMultiple = allowMultiple;
@@ -82,7 +79,7 @@ bool ovLinuxOrvaneWebViewImpl::init(NPWindow* window, NPP /*instance*/, bool ena
   mWidth = window->width;
   mHeight = window->height;
   const auto nativeWindow = reinterpret_cast<unsigned long>(window->window);
-  if (nativeWindow == mWindow || !haveGtk) {
+  if (nativeWindow == mWindow || !Pellion::Web::ensureGtkInitialised()) {
     return true;
   }
   mWindow = nativeWindow;

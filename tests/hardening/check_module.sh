@@ -31,6 +31,7 @@ must 'no executable stack' "$segments" '^ *GNU_STACK .* RW +0x[0-9a-f]+ *$'
 must_not 'no segment both writable and executable' "$segments" '^ *LOAD .* RWE '
 must_not 'no text relocations' "$dynamic" 'TEXTREL'
 must_not 'no library path of the build machine' "$dynamic" '\((RPATH|RUNPATH)\)'
+must_not 'GTK is loaded when a window is first needed' "$dynamic" '\(NEEDED\).*libg[td]k'
 must 'stays mapped when it is unloaded' "$dynamic" '\(FLAGS_1\).*NODELETE'
 
 exports=$(nm -D --defined-only --format=posix "$module" | cut -d ' ' -f 1 | sort | tr '\n' ' ')

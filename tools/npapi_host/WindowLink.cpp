@@ -13,6 +13,7 @@
 #include <cstdlib>
 #include <utility>
 
+#include "gtk2/OnDemand.h"
 #include "tools/npapi_host/LostWindows.h"
 #include "tools/npapi_host/WindowProcess.h"
 
@@ -47,6 +48,9 @@ static void endProcess(pid_t process) {
 }
 
 bool WindowLink::openDisplay(std::string* reason) {
+  if (!gtk2::load(reason)) {
+    return false;
+  }
   if (gtk_init_check(nullptr, nullptr) == FALSE) {
     const char* display = std::getenv("DISPLAY");
     *reason = display == nullptr || *display == '\0' ? "DISPLAY names none"

@@ -177,6 +177,9 @@ void WebHost::call(const Operation& operation) {
   const std::string& name = operation.name;
   const bool callsBack = name.size() > kAsync.size() &&
                          name.compare(name.size() - kAsync.size(), kAsync.size(), kAsync) == 0;
+  if (name.find("Dialog") != std::string::npos) {
+    _desktop.open();  // without one there are no dialogs either
+  }
   const std::string answer = _elements->call(operation);
   if (operation.later && callsBack) {
     _writer.writeSoon(answer, kQueuedSoon);
@@ -269,9 +272,6 @@ void WebHost::make(const Operation& operation) {
       MainLoop::post([this] { performInOrder(); });
     });
     return;
-  }
-  if (_leave->allowed()) {
-    _desktop.open();  // without one there are no dialogs either
   }
   if (_leave->kept().has_value()) {
     _writer.write(leaveTell(_leave->origin(), *_leave->kept()));

@@ -2,7 +2,8 @@
 #define GTK2_FUNCTIONS_H_
 
 // Every function of GTK 2 and of the libraries below it (GDK, GdkPixbuf, GIO, Xlib) that the module
-// and the programs beside it call. A call of one that is missing here does not link.
+// and the programs beside it call. A call of one that is missing here does not link. The assembler
+// reads this as well.
 // clang-format off
 #define GTK2_FUNCTIONS(FUNCTION) \
   FUNCTION(XChangeProperty) \

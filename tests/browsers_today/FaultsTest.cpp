@@ -1,13 +1,20 @@
 #include <gmock/gmock.h>
 #include <signal.h>
+#include <sys/socket.h>
 
+#include <atomic>
 #include <chrono>
 #include <cstdlib>
+#include <filesystem>
+#include <memory>
 
 #include "tests/browsers_today/BrowserFaults.h"
+#include "tests/support/ScriptedServer.h"
 #include "tests/support/WaitFor.h"
 #include "tests/support/XDisplay.h"
 #include "tools/web_host/FrameParser.h"
+
+namespace fs = std::filesystem;
 
 namespace test_support {
 namespace {
@@ -17,6 +24,8 @@ using testing::StartsWith;
 const char kUnstarted[] = "Error: Orvane Web: the program orvane-web-host could not be started";
 const char kGone[] =
     "Error: Orvane Web: the program beside the browser has ended. Reload the page.";
+const char kNoModule[] =
+    "Error: Orvane Web: the module cannot be loaded. The extension's button says more.";
 const char kSwitchedOff[] =
     "Error: Orvane Web: the extension has been updated or switched off. Reload the page.";
 
@@ -53,6 +62,7 @@ TEST_P(FaultsToday, ofTheProgramBesideTheBrowser) {
   const std::string host = BUILD "/tools/web_host/orvane-web-host \"$@\"";
   const std::string hello = R"({"hello":1,"version":"1"})";
   const std::string stay = "exec sleep 1000";
+  const std::string withModule = "export ORVANE_WEB_MODULE=~/module.so\nexec " + host;
   const struct {
     const char* label;
     std::string script, outcome;
@@ -76,6 +86,9 @@ TEST_P(FaultsToday, ofTheProgramBesideTheBrowser) {
            " | python3 -c 'import os, time\nwhile byte := os.read(0, 1):\n  time.sleep(0.002)\n"
            "  os.write(1, byte)'",
        "3.1"},
+      {"finds no module, until there is one", withModule, kNoModule},
+      {"finds a module that refuses to start, and then another",
+       "ln -s " REFUSING_MODULE " ~/module.so\n" + withModule, kNoModule},
   };
   for (const auto& row : kRows) {
     SCOPED_TRACE(row.label);
@@ -86,8 +99,11 @@ TEST_P(FaultsToday, ofTheProgramBesideTheBrowser) {
     EXPECT_THAT(call, StartsWith("call: " + row.outcome));
     EXPECT_EQ(waitForLine("promise: "), "promise: " + call.substr(6));
     replaceHost("");
+    fs::remove(path("module.so"));
+    fs::create_symlink(BUILD "/browsers/npapi_linux/nporvaneweb.so", path("module.so"));
     go();
     expectDone();
+    fs::remove(path("module.so"));
     endRow(std::string("the host ") + row.label, call.substr(6));
   }
 
@@ -137,6 +153,54 @@ TEST_P(FaultsToday, ofTheProgramBesideTheBrowser) {
   endBrowser(SIGKILL);
   user::waitForNoWindow("Open");
   endRow("host and browser are killed, between calls and in a dialog", kGone);
+}
+
+TEST_P(FaultsToday, ofTheApplication) {
+  beginRow();
+  endApplication();
+  installApplication("#!/bin/false\n");
+  std::atomic<bool> silent{false};
+  std::unique_ptr<ScriptedServer> application;
+  const auto start = [&](bool answers) {
+    auto next = std::make_unique<ScriptedServer>(
+        [&, answers](int page, const std::string& request, size_t) {
+          if (!answers && request.find("/asked ") != std::string::npos) {
+            char nothing;
+            silent = true;
+            recv(page, &nothing, 1, 0);  // until the host goes
+          }
+          sendAll(page, httpResponse("3.1"));
+        });
+    writeUrlFile(next->port());
+    application = std::move(next);
+  };
+  const struct {
+    const char *label, *play, *outcome;
+    std::function<void()> fault;
+  } kRows[] = {
+      {"moves to another port", "stay&after=works", "3.1", [&] { start(true); }},
+      {"is gone, and comes back", "stay&after=works",
+       "Error contacting Orvane Pellion. Ensure that", [&] { application.reset(); }},
+      {"is silent, and its page is left", "promise&leaves=yes", "nothing: the host ends", nullptr},
+  };
+  for (const auto& row : kRows) {
+    SCOPED_TRACE(row.label);
+    beginRow();
+    start(row.fault != nullptr);
+    open(address(std::string("fault.html?of=application&play=") + row.play));
+    if (row.fault != nullptr) {
+      EXPECT_EQ(waitForLine("up: "), "up: 3.1");
+      row.fault();
+      tell();
+      EXPECT_THAT(waitForLine("call: "), StartsWith(std::string("call: ") + row.outcome));
+      start(true);
+    } else {
+      EXPECT_TRUE(waitFor([&] { return silent.load(); }));
+    }
+    go();
+    expectDone();
+    endRow(std::string("the application ") + row.label, row.outcome);
+  }
 }
 
 TEST_P(FaultsToday, ofPagesThatComeAndGo) {

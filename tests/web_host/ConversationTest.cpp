@@ -253,6 +253,7 @@ TEST_F(Conversation, tellsTheStateAndForgetsASite) {
   };
   const char kState[] = R"({"n":1,"op":"state"})";
   const char kForget[] = R"({"n":2,"op":"leave","leave":"forget"})";
+  const char kCheck[] = R"({"n":1,"op":"state","check":true})";
   const char kNot[] = "This cannot be asked here.";
   const struct {
     const char *origin, *more;
@@ -260,15 +261,17 @@ TEST_F(Conversation, tellsTheStateAndForgetsASite) {
     const char* answer;
   } kRows[] = {
       {"https://b.example", "", kForget, kNot},
+      {"https://b.example", "", kState, kNot},
+      {"https://b.example", "", kCheck, kNot},
       {"https://b.example", R"(,"page":false)", kState, R"("leave":"deny","by":"user","module")"},
       {"https://b.example", R"(,"page":false)", kForget, R"({"answer":2})"},
       {"https://b.example", R"(,"page":false)", kState, R"("leave":"ask","module":{"path":)"},
-      {"https://a.example", "", kState, R"("leave":"allow","by":"administrator","file":")"},
+      {"https://a.example", R"(,"page":false)", kState,
+       R"("leave":"allow","by":"administrator","file":")"},
       {"https://a.example", R"(,"page":false)", makeElement(), kNot},
       {"null", R"(,"page":false)", kState, R"("origin":"null","leave":"never")"},
       // Of the browser that asks.
-      {"https://a.example", "", R"({"n":1,"op":"state","check":true})",
-       R"({"name":"chromium-manifest",)"},
+      {"https://a.example", R"(,"page":false)", kCheck, R"({"name":"chromium-manifest",)"},
   };
   for (const auto& row : kRows) {
     SCOPED_TRACE(std::string(row.origin) + row.more + row.operation);

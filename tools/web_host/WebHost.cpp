@@ -126,13 +126,14 @@ void WebHost::refuse(const Operation& operation) {
                                                          : errorAnswer(operation.number, kTooMany));
 }
 
-// What the extension's own port may ask; nothing of it is a page's but the state.
+// The extension's own port may ask for the state, which has paths in it, and forget a site; a
+// page's may do all else.
 static bool mayAsk(bool isPage, Operation::Kind kind) {
   switch (kind) {
-    case Operation::Kind::kState:
     case Operation::Kind::kSkip:
     case Operation::Kind::kWrong:
       return true;
+    case Operation::Kind::kState:
     case Operation::Kind::kForget:
       return !isPage;
     default:

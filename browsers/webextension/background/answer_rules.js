@@ -87,10 +87,32 @@ export class AnswerRules {
       while (this.toAdd.length > 0 || this.toRemove.length > 0) {
         const removed = new Set(this.toRemove.splice(0));
         const addRules = this.toAdd.splice(0).filter((rule) => !removed.has(rule.id));
-        await extension.declarativeNetRequest.updateSessionRules({ addRules, removeRuleIds: [...removed] });
+        await this.update(addRules, [...removed]);
       }
     } finally {
-      this.changing = false;  // also when the browser refuses a rule: other documents' answers go on
+      this.changing = false;  // other documents' answers go on
+    }
+  }
+
+  /**
+   * The browser takes all rules or none: when it refuses them, each goes alone, and an error in place of what it
+   * still does not take.
+   * @private
+   * @param {chrome.declarativeNetRequest.Rule[]} addRules
+   * @param {number[]} removeRuleIds
+   */
+  async update(addRules, removeRuleIds) {
+    const update = (/** @type {chrome.declarativeNetRequest.UpdateRuleOptions} */ changes) =>
+      extension.declarativeNetRequest.updateSessionRules(changes).then(() => true, () => false);
+    if (await update({ addRules, removeRuleIds })) {
+      return;
+    }
+    await update({ removeRuleIds });
+    const [piece] = piecesOf({ answer: 0, error: 'Orvane Web: the browser does not take the answer.' });
+    const redirect = { url: `data:text/plain,answer?${piece}` };
+    for (const rule of addRules) {
+      await update({ addRules: [rule] }) ||
+        await update({ addRules: [{ ...rule, action: { ...rule.action, redirect } }] });
     }
   }
 

@@ -80,19 +80,19 @@ class DocumentPlugins {
     if (this.begun.has(element)) {
       return;
     }
-    this.link ??= this.openLink();
+    const link = this.link ??= this.openLink();
     const params = elementFacts.parameters(element);
-    const plugin = this.makePlugin(element, this.link, AreaDrops.areTaken(params));
+    const plugin = this.makePlugin(element, link, AreaDrops.areTaken(params));
     this.begun.set(element, plugin);
     this.finder.watchType(element);
     this.watchPage();
-    plugin.link.send({
+    link.send({
       op: 'make',
       element: plugin.number,
       params,
       ...elementFacts.size(element),
     }, (answer) => answer.error !== undefined && plugin.area.showBroken(answer.error));
-    plugin.area.start();
+    queueMicrotask(() => plugin.area.start());  // nothing is painted before, and a call may wait to be sent
   }
 
   /** @private @param {HTMLElement} element @param {HostLink} link @param {boolean} takesDrops */

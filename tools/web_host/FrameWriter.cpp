@@ -10,6 +10,7 @@
 #include <stdexcept>
 #include <utility>
 
+#include "tools/npapi_host/MainLoop.h"
 #include "tools/web_host/FrameParser.h"
 #include "tools/web_host/Pieces.h"
 
@@ -34,8 +35,12 @@ void FrameWriter::finish() {
   if (!_thread.joinable()) {
     return;
   }
+  if (_timer != 0) {
+    g_source_remove(std::exchange(_timer, 0));
+  }
   {
     std::lock_guard<std::mutex> lock(_mutex);
+    takeHeld();
     _finishing = true;
   }
   _changed.notify_one();
@@ -44,12 +49,13 @@ void FrameWriter::finish() {
 }
 
 void FrameWriter::write(const std::string& message) {
+  _held.push_back(message);
+  writeHeld();
+}
+
+void FrameWriter::writeHeld() {
   {
     std::lock_guard<std::mutex> lock(_mutex);
-    if (_broken) {
-      return;
-    }
-    _held.push_back(message);
     takeHeld();
     writeAtOnce();
     if (_frames.empty()) {
@@ -76,23 +82,43 @@ void FrameWriter::writeSoon(const std::string& message, std::chrono::millisecond
   if (!_joins) {
     return write(message);
   }
-  {
-    std::lock_guard<std::mutex> lock(_mutex);
-    if (_broken) {
-      return;
-    }
-    const Clock::time_point until = Clock::now() + longest;
-    _heldUntil = _held.empty() ? until : std::min(until, _heldUntil);
-    _held.push_back(message);
-    if (_wakesAt <= _heldUntil) {
-      return;
-    }
+  const Clock::time_point until = Clock::now() + longest;
+  _heldUntil = _held.empty() ? until : std::min(until, _heldUntil);
+  _held.push_back(message);
+  startTimer();
+}
+
+// One that is under way for others stays as it is, unless this is due earlier.
+void FrameWriter::startTimer() {
+  if (_timer != 0 && _timerEnd <= _heldUntil) {
+    return;
   }
-  _changed.notify_one();
+  if (_timer != 0) {
+    g_source_remove(_timer);
+  }
+  const auto left = std::chrono::ceil<std::chrono::milliseconds>(_heldUntil - Clock::now());
+  _timerEnd = _heldUntil;
+  _timer = npapi_host::MainLoop::postLater(
+      static_cast<unsigned>(std::max<int64_t>(left.count(), 0)), [this] { onTime(); });
+}
+
+void FrameWriter::onTime() {
+  _timer = 0;
+  if (_held.empty()) {
+    return;
+  }
+  if (_heldUntil <= Clock::now()) {
+    writeHeld();
+  } else {
+    startTimer();
+  }
 }
 
 // With the lock held.
 void FrameWriter::takeHeld() {
+  if (_broken) {
+    _held.clear();
+  }
   const std::string joined = togetherOf(_held);
   if (_held.size() > 1 && joined.size() <= kLargestMessage) {
     add(joined);
@@ -131,28 +157,10 @@ bool FrameWriter::writeAll(const std::string& frame) {
   return true;
 }
 
-// Returns with none at the end.
-void FrameWriter::waitForFrames(std::unique_lock<std::mutex>& lock) {
-  while (_frames.empty() && !_finishing) {
-    if (_held.empty()) {
-      _changed.wait(lock);
-    } else if (_heldUntil <= Clock::now()) {
-      takeHeld();
-    } else {
-      _wakesAt = _heldUntil;
-      _changed.wait_until(lock, _wakesAt);
-      _wakesAt = Clock::time_point::max();
-    }
-  }
-  if (_frames.empty()) {
-    takeHeld();
-  }
-}
-
 void FrameWriter::run() {
   for (;;) {
     std::unique_lock<std::mutex> lock(_mutex);
-    waitForFrames(lock);
+    _changed.wait(lock, [this] { return !_frames.empty() || _finishing; });
     if (_frames.empty()) {
       return;
     }

@@ -1,6 +1,8 @@
 #ifndef TOOLS_WEB_HOST_FRAME_WRITER_H_
 #define TOOLS_WEB_HOST_FRAME_WRITER_H_
 
+#include <glib.h>
+
 #include <chrono>
 #include <condition_variable>
 #include <cstdint>
@@ -30,31 +32,35 @@ class FrameWriter {
   // Main thread: a message of JSON, in pieces when it is large.
   void write(const std::string& message);
   // The same for a message that nobody waits for: it goes before the next one, in one frame with
-  // it, or alone after `longest`.
+  // it, or alone after `longest`. By the main loop's timer: the thread need not be woken for it.
   void writeSoon(const std::string& message, std::chrono::milliseconds longest);
-  // Gives what is left half a second, and ends the thread.
+  // Main thread: gives what is left half a second, and ends the thread.
   void finish();
 
  private:
   using Clock = std::chrono::steady_clock;
 
   void run();
-  void waitForFrames(std::unique_lock<std::mutex>& lock);
+  void writeHeld();
+  void startTimer();
+  void onTime();
   void takeHeld();
   void add(const std::string& message);
   void writeAtOnce();
   bool writeAll(const std::string& frame);
 
   const int _output;
-  bool _joins = false;
   int _stop[2];
-  std::mutex _mutex;
-  std::condition_variable _changed;
-  // Guarded by _mutex:
+  // The main thread's:
+  bool _joins = false;
   uint64_t _lastId = 0;
   std::vector<std::string> _held;  // before all that is written later
   Clock::time_point _heldUntil;
-  Clock::time_point _wakesAt = Clock::time_point::max();  // the thread, without a word
+  guint _timer = 0;  // may go off when others are held by then
+  Clock::time_point _timerEnd;
+  std::mutex _mutex;
+  std::condition_variable _changed;
+  // Guarded by _mutex:
   std::deque<std::string> _frames;
   bool _writing = false;  // the thread is, without the lock
   bool _finishing = false;

@@ -15,33 +15,13 @@ namespace {
 
 // What a browser opens and keeps by itself between two looks at it.
 constexpr size_t kOtherDescriptors = 100;
-constexpr size_t kOtherMemoryMib = 100;
+constexpr size_t kOtherKib = 1024;
 
 std::string firstLine(const std::string& path) {
   std::ifstream file(path);
   std::string line;
   std::getline(file, line);
   return line;
-}
-
-// The process of the extension's own pages and scripts, at or below a process; 0 where there is
-// none.
-pid_t extensionProcess(pid_t process) {
-  const std::string of = "/proc/" + std::to_string(process);
-  if (firstLine(of + "/comm") == "WebExtensions" ||
-      firstLine(of + "/cmdline").find("--extension-process") != std::string::npos) {
-    return process;
-  }
-  std::error_code gone;
-  for (const auto& thread : fs::directory_iterator(of + "/task", gone)) {
-    std::istringstream children(firstLine(thread.path() / "children"));
-    for (pid_t child; children >> child;) {
-      if (const pid_t found = extensionProcess(child)) {
-        return found;
-      }
-    }
-  }
-  return 0;
 }
 
 size_t residentKib(pid_t process) {
@@ -99,9 +79,12 @@ BrowserFaults::Levels BrowserFaults::levels() const {
   }
   levels.files += countEntries(home());
   if (browser() > 0) {  // it was not the fault that it ends
-    levels.rules = std::stoul(act("rules"));
+    const std::string told = act("levels");
+    EXPECT_EQ(std::sscanf(told.c_str(), "[%zu, %zu, %zu]", &levels.rules, &levels.extensionKib,
+                          &levels.pageKib),
+              3)
+        << told;
     levels.descriptors = countEntries("/proc/" + std::to_string(browser()) + "/fd");
-    levels.memoryMib = residentKib(extensionProcess(browser())) / 1024;
   }
   return levels;
 }
@@ -114,6 +97,7 @@ void BrowserFaults::beginRow() {
     expectDone();
     expectHosts(0);
     _before = levels();
+    EXPECT_GT(_before.extensionKib, 0u);
   }
   fs::remove(path("substitute.pid"));
   fs::remove(path("files/told"));
@@ -140,7 +124,7 @@ void BrowserFaults::endRow(const std::string& fault, const std::string& outcome)
     after = levels();
     return after.files <= _before.files && (browser() < 0 || after.rules == _before.rules) &&
            after.descriptors <= _before.descriptors + kOtherDescriptors &&
-           after.memoryMib <= _before.memoryMib + kOtherMemoryMib;
+           after.extensionKib <= _before.extensionKib + kOtherKib;
   })) << fault;
   printRow(fault, outcome, after);
 }
@@ -149,9 +133,12 @@ void BrowserFaults::printRow(const std::string& fault, const std::string& outcom
                              const Levels& after) const {
   std::ostringstream row;
   row << "browser-row\t" << fault << '\t' << outcome << '\t' << GetParam();
-  for (const auto level :
-       {&Levels::hosts, &Levels::files, &Levels::rules, &Levels::descriptors, &Levels::memoryMib}) {
-    row << '\t' << _before.*level << '>' << after.*level;
+  for (const auto level : {&Levels::hosts, &Levels::files, &Levels::rules, &Levels::descriptors,
+                           &Levels::extensionKib}) {
+    row << '\t';
+    if (level != &Levels::rules || !isFirefox()) {
+      row << _before.*level << '>' << after.*level;
+    }
   }
   std::printf("%s\n", row.str().c_str());
   std::fflush(stdout);

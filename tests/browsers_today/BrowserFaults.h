@@ -28,12 +28,15 @@ class BrowserFaults : public BrowserPage {
   void expectHosts(size_t count);
   // What the running host programs have resident.
   size_t hostsKib() const;
-
- private:
+  // `rules` are Chromium's, Firefox has none. What scripts hold once the browser has collected
+  // garbage: the extension's (none where Chromium's background sleeps), and those in the page's
+  // process, which only Firefox tells.
   struct Levels {
-    size_t hosts, files, rules, descriptors, memoryMib;
+    size_t hosts, files, rules, descriptors, extensionKib, pageKib;
   };
   Levels levels() const;
+
+ private:
   void printRow(const std::string& fault, const std::string& outcome, const Levels& after) const;
   std::string profile() const { return path(std::string(".orvane-browser/") + GetParam()); }
   std::string manifest() const;

@@ -25,11 +25,30 @@ FIREFOX = {
     'update': 'await (await AddonManager.getInstallForFile(new FileUtils.File(PACKAGE))).install();',
     'sleep': 'await policy.extension.terminateBackground({ disableResetIdleForTest: true });',
     'isAsleep': 'return policy.extension.backgroundState === "stopped";',
-    'rules': 'return ExtensionDNR.getRuleManager(policy.extension).getSessionRules().length;',
+    # What the scripts of the extension's process and of the page's hold. Requests that are held leave no trace.
+    'levels': '''
+        const kib = { extension: 0, web: 0 };
+        let silent = Services.ppmm.childCount;
+        await new Promise((resolve) => {
+          Services.ppmm.addMessageListener('kib', ({ data: [process, size] }) => {
+            kib[process] = size;
+            if (--silent === 0) {
+              resolve();
+            }
+          });
+          Services.ppmm.loadProcessScript('data:,' + encodeURIComponent(`
+            const process = /^(extension|web)?/.exec(Services.appinfo.remoteType)[0];
+            for (let i = 0; process && i < 3; ++i) {
+              Cu.forceGC();
+              Cu.forceCC();
+            }
+            sendAsyncMessage('kib', [process, Cu.getJSTestingFunctions().gcparam('gcBytes') >> 10]);
+          `), false);
+        });
+        return [0, kib.extension, kib.web];''',
 }
 FIREFOX_BEGINNING = '''
 const { AddonManager } = ChromeUtils.importESModule('resource://gre/modules/AddonManager.sys.mjs');
-const { ExtensionDNR } = ChromeUtils.importESModule('resource://gre/modules/ExtensionDNR.sys.mjs');
 const { FileUtils } = ChromeUtils.importESModule('resource://gre/modules/FileUtils.sys.mjs');
 const policy = WebExtensionPolicy.getByID(ID);
 const addon = await AddonManager.getAddonByID(ID);
@@ -44,7 +63,7 @@ CHROMIUM = {
     'discard': 'await chrome.tabs.discard((await pages(false))[0]);',
     'select': 'await chrome.tabs.update((await pages(false))[0], { active: true });',
     'duplicate': 'await chrome.tabs.duplicate((await pages(true))[0]);',
-    'rules': 'return (await chrome.declarativeNetRequest.getSessionRules()).length;',
+    'levels': 'return (await chrome.declarativeNetRequest.getSessionRules()).length;',
 }
 CHROMIUM_BEGINNING = '''
 // Extensions from a directory are for developers, who say so.
@@ -124,9 +143,17 @@ def chromium(profile, action):
                 if heard.get('id') == asked:
                     return heard['result'] if 'result' in heard else sys.exit(str(heard))
 
+        workers = [each for each in ask('Target.getTargets')['targetInfos'] if each['type'] == 'service_worker']
         if action == 'isAsleep':
-            targets = ask('Target.getTargets')['targetInfos']
-            return not any(each['type'] == 'service_worker' for each in targets)
+            return not workers
+
+        def kib(worker):
+            session = ask('Target.attachToTarget', targetId=worker['targetId'], flatten=True)['sessionId']
+            ask('HeapProfiler.collectGarbage', session)
+            size = ask('Runtime.getHeapUsage', session)['usedSize']
+            ask('Target.detachFromTarget', sessionId=session)
+            return int(size) >> 10
+
         of_browser = action in list(CHROMIUM)[:3]
         page = 'chrome://extensions/' if of_browser else f'chrome-extension://{extension}/manifest.json'
         target = ask('Target.createTarget', url=page, hidden=True)['targetId']
@@ -145,7 +172,8 @@ def chromium(profile, action):
         else:
             value = evaluate(function({'ID': extension}, CHROMIUM_BEGINNING, CHROMIUM[action]))
         ask('Target.closeTarget', targetId=target)
-        return value
+        # A background that sleeps holds nothing; pages are full of what Chromium keeps by itself.
+        return [value, sum(map(kib, workers)), 0] if action == 'levels' else value
 
 
 print(json.dumps({'firefox': firefox, 'chromium': chromium}[sys.argv[1]](*sys.argv[2:])))

@@ -11,7 +11,7 @@ HEADINGS = {
     'fault-row': ['what goes wrong', 'what the page gets', '', 'heap KiB', 'peak MiB', 'descriptors', 'threads',
                   'children', 'what the log says'],
     'browser-row': ['what goes wrong', 'what the page gets', '', 'browser', 'programs', 'files', 'rules',
-                    'descriptors', "extension's MiB"],
+                    'descriptors', "extension's KiB"],
 }
 
 

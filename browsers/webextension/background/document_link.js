@@ -1,6 +1,6 @@
 import { DocumentTransfers } from './document_transfers.js';
 import { PieceJoiner } from './piece_joiner.js';
-import { extension, hostGone, hostName, isFirefox } from './extension.js';
+import { extension, hostGone, hostName, isFirefox, listen } from './extension.js';
 
 /**
  * @typedef {{
@@ -37,10 +37,12 @@ export class DocumentLink {
     this.complaint = '';
     this.greeted = false;
     this.pieces = new PieceJoiner((message) => this.deliver(message));
-    port.onMessage.addListener((message) => this.relay(message));
     this.host = extension.runtime.connectNative(hostName);
-    this.host.onMessage.addListener((message) => this.pieces.take(message));
-    this.host.onDisconnect.addListener((host) => this.lose(host));
+    this.listeners = [
+      listen(port.onMessage, (/** @type {any} */ message) => this.relay(message)),
+      listen(this.host.onMessage, (/** @type {any} */ message) => this.pieces.take(message)),
+      listen(this.host.onDisconnect, (/** @type {chrome.runtime.Port} */ host) => this.lose(host)),
+    ];
     this.host.postMessage({
       hello: 1,
       origin: this.origin,
@@ -146,6 +148,7 @@ export class DocumentLink {
   close() {
     this.complaint ||= hostGone;
     this.host.disconnect();
+    this.listeners.forEach((remove) => remove());
     this.way.drop(this);
   }
 }

@@ -11,6 +11,18 @@ export const hostGone = 'Orvane Web: the program beside the browser has ended. R
 export const mostOfTab = 64;
 
 /**
+ * Firefox keeps a port that has ended, with all that its listeners hold, until these are taken away.
+ * @template {Function} Listener
+ * @param {{addListener(listener: Listener): void, removeListener(listener: Listener): void}} event
+ * @param {Listener} listener
+ * @returns {() => void} takes it away
+ */
+export function listen(event, listener) {
+  event.addListener(listener);
+  return () => event.removeListener(listener);
+}
+
+/**
  * The rule that says to a waiting page of Chromium that this script listens: only it is newer than the one kept.
  * @type {chrome.declarativeNetRequest.Rule}
  */

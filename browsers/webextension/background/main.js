@@ -1,7 +1,7 @@
 // Connects each document that has an element of ours with a host program of its own. It knows nothing
 // that does not hang on a port: a browser may stop this script at any time when no port is open.
 import { DocumentLink } from './document_link.js';
-import { extension, isFirefox, mostOfTab } from './extension.js';
+import { extension, isFirefox, listen, mostOfTab } from './extension.js';
 import { HeldRequests } from './held_requests.js';
 import { AnswerRules } from './answer_rules.js';
 import { TabReports } from './tab_reports.js';
@@ -32,7 +32,8 @@ extension.runtime.onConnect.addListener((port) => {
   const link = new DocumentLink(port, synchronousWay, noteLeave, (tabId) => reports.changed(tabId));
   links.set(port.name, link);
   synchronousWay.begin(link);
-  port.onDisconnect.addListener(() => {
+  const remove = listen(port.onDisconnect, () => {
+    remove();
     links.delete(port.name);
     link.close();
     reports.changed(link.tabId);

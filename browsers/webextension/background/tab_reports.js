@@ -1,4 +1,4 @@
-import { extension } from './extension.js';
+import { extension, listen } from './extension.js';
 
 /** @typedef {import('./document_link.js').DocumentLink} DocumentLink */
 /** @typedef {import('./document_transfers.js').Transfer} Transfer */
@@ -21,7 +21,10 @@ export class TabReports {
   serve(port) {
     const tabId = Number(port.name.slice('popup '.length));
     this.readers.set(port, tabId);
-    port.onDisconnect.addListener(() => this.readers.delete(port));
+    const remove = listen(port.onDisconnect, () => {
+      remove();
+      this.readers.delete(port);
+    });
     port.postMessage(this.transfers(tabId));
   }
 

@@ -1,10 +1,12 @@
 // The least that a native messaging host can be: sends each frame back as it came, and ends with
-// its input.
+// its input. A frame with "again" in it goes once more each second, until another one comes.
 
+#include <poll.h>
 #include <unistd.h>
 
 #include <cstdint>
 #include <cstring>
+#include <string_view>
 #include <vector>
 
 namespace {
@@ -31,11 +33,23 @@ bool writeAll(const char* from, size_t size) {
   return true;
 }
 
+bool repeatUntilInput(const std::vector<char>& frame) {
+  pollfd input = {STDIN_FILENO, POLLIN, 0};
+  const bool again =
+      std::string_view(frame.data(), frame.size()).find("\"again\"") != std::string_view::npos;
+  while (poll(&input, 1, again ? 1000 : -1) == 0) {
+    if (!writeAll(frame.data(), frame.size())) {
+      return false;
+    }
+  }
+  return true;
+}
+
 }  // namespace
 
 int main() {
   std::vector<char> frame(sizeof(uint32_t));
-  while (readAll(frame.data(), sizeof(uint32_t))) {
+  while (repeatUntilInput(frame) && readAll(frame.data(), sizeof(uint32_t))) {
     uint32_t length = 0;
     std::memcpy(&length, frame.data(), sizeof(length));
     frame.resize(sizeof(length) + length);

@@ -148,7 +148,8 @@ class Stage:
         sites = self.home / '.config/orvane-web/sites'
         sites.parent.mkdir(parents=True)
         sites.write_text(f'allow {self.pages.origin}\n', encoding='utf-8')
-        (self.home / '.orvane/pellion/var/run').mkdir(parents=True)
+        for directory in ('run', 'log'):  # as users have it
+            (self.home / '.orvane/pellion/var' / directory).mkdir(parents=True)
         profile = self.home / '.orvane-browser' / self.browser
         profile.mkdir(parents=True)
         self.extension = self.copy_extension()

@@ -42,6 +42,9 @@ class ElementFinder {
   /** All elements of ours in the document begin that have not, and are seen from now on. */
   search() {
     this.watchTree();
+    if (!tree.hasPlugins()) {
+      return;
+    }
     for (const element of tree.findAll(document, 'embed, object')) {
       this.watchType(element);
       this.consider(element);

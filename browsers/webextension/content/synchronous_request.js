@@ -14,7 +14,8 @@ class SynchronousRequests {
     /** Where requests of this document may go; empty until one was answered, and when one fails later. */
     this.base = '';
     this.wasAnswered = false;
-    this.answers = [extension.runtime.getURL('answer.txt?'), 'data:text/plain,answer?'];
+    /** @type {string[]} where answers come from */
+    this.answers = [];
     this.pending = 'data:text/plain,pending';
     /** @type {{[character: string]: string}} in the background's texts, for each other */
     this.partners = { '"': '!', '!': '"', '{': '(', '(': '{', '}': ')', ')': '}' };
@@ -206,6 +207,9 @@ class SynchronousRequests {
    * @param {string} [body]
    */
   fetch(method, address, body) {
+    if (this.answers.length === 0) {
+      this.answers.push(extension.runtime.getURL('answer.txt?'), 'data:text/plain,answer?');
+    }
     const request = new XMLHttpRequest();
     request.open(method, address, false);
     request.send(body ?? null);

@@ -25,6 +25,10 @@ const tree = {
   findAll: (above, selector) => /** @type {any} */ (
     (above === document ? Document : Element).prototype.querySelectorAll.call(above, selector)),
 
+  /** What most documents have none of: told four times as quickly as by a selector. */
+  hasPlugins: () => ['embed', 'object'].some(
+    (name) => Document.prototype.getElementsByTagName.call(document, name).length > 0),
+
   /** @type {(element: Element, child: Node) => void} */
   append: (element, child) => Element.prototype.append.call(element, child),
 

@@ -4,6 +4,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <mutex>
 
 namespace {
 
@@ -28,7 +29,7 @@ constexpr char kLibrary[] = "libgtk-x11-2.0.so.0";
 
 // Empty, or why it cannot be used. Stays loaded: its threads and atexit functions may run at any
 // time.
-std::string loadOnce() {
+std::string tryToLoad() {
   void* library = dlopen(kLibrary, RTLD_NOW | RTLD_LOCAL);
   if (library == nullptr) {
     return dlerror();
@@ -47,7 +48,11 @@ std::string loadOnce() {
 }  // namespace
 
 bool load(std::string* error) {
-  static const std::string reason = loadOnce();
+  static std::mutex mutex;
+  static bool loaded = false;  // guarded by the mutex
+  const std::lock_guard<std::mutex> lock(mutex);
+  const std::string reason = loaded ? std::string() : tryToLoad();
+  loaded = reason.empty();
   if (error != nullptr) {
     *error = reason;
   }

@@ -9,8 +9,8 @@
 namespace gtk2 {
 
 // Loads GTK 2, unless that was done. Any thread. False with the reason in `error` (may be null)
-// when it cannot be loaded; calls of its functions end the process then, which this is to be asked
-// before.
+// when it cannot be loaded; asked again later, it tries again. Calls of its functions end the
+// process then, so this is to be asked before the first one.
 bool load(std::string* error);
 
 // Whether this process has it, by us or by another of its parts. Any thread.

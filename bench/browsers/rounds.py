@@ -120,7 +120,7 @@ class Rounds:
         time.sleep(self.plan.idle)  # what the page's load has left to do
         for _ in range(self.plan.watch_rounds):
             self.note('still', core=self.watch(self.plan.watched))
-            self.stage.begin('wait', int((self.plan.watched * self.plan.windows + 1) * 1000))
+            self.stage.begin('wait', int((self.plan.watched * self.plan.windows + 3) * 1000))
             self.expect('waits')
             self.note('waits', core=self.watch(self.plan.watched))
             self.expect('waited')

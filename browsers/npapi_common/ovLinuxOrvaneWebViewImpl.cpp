@@ -6,6 +6,7 @@
 
 #include "browsers/npapi_common/CBoundary.h"
 #include "browsers/npapi_common/ovIOrvaneWebViewDelegate.h"
+#include "gtk2/OnDemand.h"
 #include "os/src/GtkSetup.h"
 #include "ovlib/ovfile.h"
 #include "ovlib/ovlog.h"
@@ -36,6 +37,10 @@ void setDefaultIcon() {
 
 // The picture in `bytes`; null, with a log line, when there is none.
 GObjectRef<GdkPixbuf> loadPixbuf(const void* bytes, size_t length) {
+  if (!gtk2::load(nullptr)) {
+    ov_log("ERROR: Unable to load pixbuf from image.");
+    return nullptr;
+  }
   const GObjectRef<GdkPixbufLoader> loader(gdk_pixbuf_loader_new());
   if (!gdk_pixbuf_loader_write(loader.get(), static_cast<const guchar*>(bytes), length, nullptr)) {
     ov_log("ERROR: Unable to write image data to loader.");

@@ -31,11 +31,12 @@ FIREFOX = {
         let silent = Services.ppmm.childCount;
         await new Promise((resolve) => {
           Services.ppmm.addMessageListener('kib', ({ data: [process, size] }) => {
-            kib[process] = size;
+            kib[process] += size;
             if (--silent === 0) {
               resolve();
             }
           });
+          setTimeout(resolve, 10000);  // a process may have ended meanwhile
           Services.ppmm.loadProcessScript('data:,' + encodeURIComponent(`
             const process = /^(extension|web)?/.exec(Services.appinfo.remoteType)[0];
             for (let i = 0; process && i < 3; ++i) {

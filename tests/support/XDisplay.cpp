@@ -149,7 +149,9 @@ void answer(const std::string& title, const std::string& keys) {
   for (int i = 0; i < 20 && !ended(); ++i) {
     xdotool("windowactivate " + window);  // where there is a window manager
     enter(window);
-    key(keys);
+    if (!ended()) {
+      key(keys);
+    }
     waitFor(ended, std::chrono::seconds(1));
   }
   if (!ended()) {

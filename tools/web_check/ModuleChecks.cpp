@@ -76,6 +76,11 @@ void loadAndDescribe(const std::string& path, int output) {
       return;
     }
   }
+  // The module loads it by name, when a window is first needed.
+  if (dlopen("libgtk-x11-2.0.so.0", RTLD_NOW | RTLD_LOCAL) == nullptr) {
+    write(output, dlerror());
+    return;
+  }
   const auto describe = reinterpret_cast<const char* (*)()>(dlsym(module, kDescribe));
   const char* const description = describe();
   write(output, kLoaded + std::string(description != nullptr ? description : ""));

@@ -7,6 +7,7 @@
 #include <memory>
 #include <utility>
 
+#include "gtk2/OnDemand.h"
 #include "tools/json/JsonDocument.h"
 #include "tools/json/JsonError.h"
 #include "tools/json/JsonWriter.h"
@@ -72,6 +73,10 @@ void onEnded(GObject* process, GAsyncResult* result, gpointer data) {
 }  // namespace
 
 void checkApplication(const std::string& browser, Done done) {
+  std::string reason;
+  if (!gtk2::load(&reason)) {  // with which GIO comes
+    return done(errorJson(std::string(kProgram) + " cannot be run: " + reason));
+  }
   const std::string program = findProgram();
   const bool isKnown = browser == "firefox" || browser == "chromium";
   GError* error = nullptr;

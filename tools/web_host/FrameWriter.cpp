@@ -88,6 +88,12 @@ void FrameWriter::writeSoon(const std::string& message, std::chrono::millisecond
   startTimer();
 }
 
+void FrameWriter::writeHeldNow() {
+  if (!_held.empty()) {
+    writeHeld();
+  }
+}
+
 // One that is under way for others stays as it is, unless this is due earlier.
 void FrameWriter::startTimer() {
   if (_timer != 0 && _timerEnd <= _heldUntil) {

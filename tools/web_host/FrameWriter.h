@@ -34,6 +34,8 @@ class FrameWriter {
   // The same for a message that nobody waits for: it goes before the next one, in one frame with
   // it, or alone after `longest`. By the main loop's timer: the thread need not be woken for it.
   void writeSoon(const std::string& message, std::chrono::milliseconds longest);
+  // What waits for company goes now.
+  void writeHeldNow();
   // Main thread: gives what is left half a second, and ends the thread.
   void finish();
 

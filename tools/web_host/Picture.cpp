@@ -4,6 +4,8 @@
 
 #include <memory>
 
+#include "gtk2/OnDemand.h"
+
 namespace web_host {
 namespace {
 
@@ -58,6 +60,9 @@ std::string pngOf(GdkPixbuf* pixbuf) {
 }  // namespace
 
 std::optional<Picture> readPicture(const std::string& bytes) {
+  if (!gtk2::load(nullptr)) {
+    return std::nullopt;
+  }
   const LoaderRef loader(gdk_pixbuf_loader_new());
   bool tooLarge = bytes.size() > Picture::kMostBytes;
   g_signal_connect(loader.get(), "size-prepared", G_CALLBACK(onSize), &tooLarge);

@@ -181,6 +181,9 @@ void WebHost::call(const Operation& operation) {
   if (name.find("Dialog") != std::string::npos) {
     _desktop.open();  // without one there are no dialogs either
   }
+  if (operation.later && !callsBack) {
+    _writer.writeHeldNow();  // it may block for long, and the page does not
+  }
   const std::string answer = _elements->call(operation);
   if (operation.later && callsBack) {
     _writer.writeSoon(answer, kQueuedSoon);

@@ -1,6 +1,7 @@
 #include <glib.h>
 #include <unistd.h>
 
+#include <clocale>
 #include <cstdio>
 #include <exception>
 #include <memory>
@@ -19,6 +20,7 @@ static void goHome() {
 }
 
 static int serveBrowser() {
+  std::setlocale(LC_ALL, "");  // as GTK's start does, which may come when the module's threads run
   const web_host::Channel channel = web_host::takeChannel();
   goHome();
   web_host::WebHost host(channel);

@@ -9,7 +9,7 @@
 
   document.addEventListener('echo:back', (event) => {
     const { n, text } = JSON.parse(event.detail);
-    echoed.get(n)(text);
+    echoed.get(n)?.(text);  // nobody waits for what is pushed
     echoed.delete(n);
   });
 

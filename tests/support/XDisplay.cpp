@@ -123,6 +123,10 @@ XDisplay::~XDisplay() {
 
 namespace user {
 
+bool hasWindow(const std::string& title, std::chrono::seconds patience) {
+  return waitFor([&] { return !findWindow(title).empty(); }, patience);
+}
+
 std::string waitForWindow(const std::string& title) {
   std::string window;
   if (!waitFor([&] { return !(window = findWindow(title)).empty(); })) {

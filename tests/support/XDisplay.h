@@ -1,6 +1,7 @@
 #ifndef TESTS_SUPPORT_X_DISPLAY_H_
 #define TESTS_SUPPORT_X_DISPLAY_H_
 
+#include <chrono>
 #include <functional>
 #include <string>
 #include <thread>
@@ -28,6 +29,7 @@ class XDisplay {
 namespace user {
 
 // The first visible window whose title is `title` as a regular expression between ^ and $.
+bool hasWindow(const std::string& title, std::chrono::seconds patience);
 std::string waitForWindow(const std::string& title);
 void waitForNoWindow(const std::string& title);
 // Presses the keys in a window of that title until it is destroyed: it may not have them at once,

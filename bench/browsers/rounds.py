@@ -36,7 +36,7 @@ class Plan:
     windows: int  # of each page in each round
 
 
-WHOLE = Plan(rounds=45, calls=20, first_rounds=15, sizes=SIZES, size_rounds=5, load_rounds=25, loads=8, elements=21,
+WHOLE = Plan(rounds=45, calls=20, first_rounds=45, sizes=SIZES, size_rounds=5, load_rounds=25, loads=8, elements=21,
              watch_rounds=5, watched=1, idle_rounds=5, idle=3, windows=3)
 QUICK = Plan(rounds=1, calls=2, first_rounds=1, sizes=SIZES, size_rounds=1, load_rounds=1, loads=1, elements=3,
              watch_rounds=1, watched=0.2, idle_rounds=1, idle=0.2, windows=1)

@@ -77,7 +77,8 @@ void loadAndDescribe(const std::string& path, int output) {
     }
   }
   // The module loads it by name, when a window is first needed.
-  if (dlopen("libgtk-x11-2.0.so.0", RTLD_NOW | RTLD_LOCAL) == nullptr) {
+  const void* const gtk = dlopen("libgtk-x11-2.0.so.0", RTLD_NOW | RTLD_LOCAL);
+  if (gtk == nullptr) {
     write(output, dlerror());
     return;
   }

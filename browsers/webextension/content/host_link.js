@@ -38,6 +38,9 @@ class HostLink {
     }
   }
 
+  /** Characters of JSON: what it says can be written as no more than six times as many, of one byte each. */
+  static alwaysFits = 1_000_000;
+
   /** Whether the operation may travel. @param {Operation} operation */
   static fits(operation) {
     const text = JSON.stringify(operation);

@@ -9,12 +9,14 @@ class DocumentPlugins {
     /** @type {HostLink | null} */
     this.link = null;
     this.mustForget = false;
-    /** The node by which the page's end is spoken with. In no document, so that no document loses it. */
-    this.channel = tree.create('div');
-    /** @type {EventTarget | null} */
-    this.concerned = null;
-    this.queue = new TaskQueue();
-    this.requests = new PageRequests(this.queue, (tell) => this.say('tell', tell));
+    /** How often the page has been made to forget. */
+    this.forgotten = 0;
+    /** The text by which the page's end is spoken with. In no document, so that no document loses it. */
+    this.channel = new Text(JSON.stringify(memberNames));
+    /** @type {any[][]} what the page is told of with the next that it sees */
+    this.untold = [];
+    this.queue = new TaskQueue(() => this.tellRest());
+    this.requests = new PageRequests(this.queue, (tell) => this.tell(tell));
     this.finder = new ElementFinder(
       (element) => this.begin(element), (element) => this.end(element), () => this.begun.keys());
     this.finder.onRead = () => this.begun.forEach(({ area }) => area.keep());
@@ -28,39 +30,44 @@ class DocumentPlugins {
 
   /** Hands the channel to the page's end, whichever of the two scripts came first. @private */
   openChannel() {
-    const handOver = () =>
+    const handOver = () => {
       tree.dispatch(new MouseEvent('orvane-web:channel', { relatedTarget: this.channel }));
-    this.channel.addEventListener('element', (event) => {
-      const element = /** @type {MouseEvent} */ (event).relatedTarget;
-      // What can be prevented asks whether it is one of ours, and is answered by that.
-      if (!event.cancelable) {
-        this.concerned = element;
-      } else if (this.use(element)) {
+      if (this.channel.data === '') {  // the page's end has taken what it said
+        tree.unlisten('orvane-web:page', handOver);
+      }
+    };
+    this.channel.addEventListener('question', (event) => {
+      if (this.use(/** @type {MouseEvent} */ (event).relatedTarget)) {
         event.preventDefault();
       }
     });
     this.channel.addEventListener('request', (event) => {
-      this.say('reply', this.answer(/** @type {CustomEvent} */ (event).detail));
+      const answer = this.answer(/** @type {MouseEvent} */ (event).relatedTarget, this.channel.data);
+      this.channel.data = JSON.stringify(answer);
     });
-    this.channel.addEventListener('taken', () => {
-      tree.unlisten('orvane-web:page', handOver);
-      this.say('names', memberNames);
-    }, { once: true });
     tree.listen('orvane-web:page', handOver);
     handOver();
   }
 
-  /** @private @param {string} kind @param {any} what */
-  say(kind, what) {
-    this.channel.dispatchEvent(new CustomEvent(kind, { detail: JSON.stringify(what) }));
+  /** @private @param {any[][]} told what the page sees in this moment, in order; only the last may run its code */
+  tell(...told) {
+    this.channel.data = JSON.stringify([...this.untold.splice(0), ...told]);
+    this.channel.dispatchEvent(new Event('tell'));
   }
 
-  /** @private @param {unknown} text @returns {[string, any]} */
-  answer(text) {
-    const element = this.concerned;
-    this.concerned = null;
+  /** @private */
+  tellRest() {
+    if (this.untold.length > 0) {
+      this.tell();
+    }
+  }
+
+  /** @private @param {EventTarget | null} element @param {string} request @returns {[string, any]} */
+  answer(element, request) {
+    const { forgotten } = this;
     try {
-      return this.requests.answer(this.use(element), JSON.parse(String(text)));
+      const plugin = this.use(element);
+      return forgotten === this.forgotten ? this.requests.answer(plugin, request) : ['again', null];
     } catch (error) {
       return ['unsent', `Orvane Web: ${error}`];
     }
@@ -147,7 +154,8 @@ class DocumentPlugins {
   forget() {
     if (this.mustForget) {
       this.mustForget = false;
-      this.say('tell', ['forget']);
+      ++this.forgotten;
+      this.tell(['forget']);
     }
   }
 
@@ -156,9 +164,9 @@ class DocumentPlugins {
     if (tell.tell === 'say') {
       console.warn(`Orvane Web: ${tell.text}`);
     } else if (tell.tell === 'release') {
-      this.say('tell', ['release', tell.object, tell.mentions ?? 1]);
+      this.untold.push(['release', tell.object, tell.mentions ?? 1]);
     } else if (tell.tell === 'call' && this.find(tell.element)) {
-      this.say('tell', tell.method === undefined
+      this.tell(tell.method === undefined
         ? ['call', tell.object, tell.args]
         : ['method', tell.object, tell.method, tell.args]);
     } else if (tell.tell === 'picture') {
@@ -168,8 +176,9 @@ class DocumentPlugins {
     }
   }
 
-  /** @private @param {number} number */
+  /** None when the page has just taken it away. @private @param {number} number */
   find(number) {
+    this.finder.catchUp();
     return [...this.begun.values()].find((plugin) => plugin.number === number);
   }
 

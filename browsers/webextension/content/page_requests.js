@@ -14,20 +14,21 @@ class PageRequests {
 
   /**
    * @param {{number: number, link: HostLink} | undefined} plugin the element's; none for other elements
-   * @param {any} request
+   * @param {string} text
    * @returns {[string, any]} what to do in the page, and with what
    */
-  answer(plugin, request) {
+  answer(plugin, text) {
     if (!plugin) {
       return ['none', null];
     }
+    const request = JSON.parse(text);
     if (!Array.isArray(request) || request[0] === 'use') {
       return ['ours', null];
     }
     const later = request[0] === 'later';
     const operation = PageRequests.operation(plugin.number, later ? request.slice(2) : request);
     const obstacle = !operation ? 'Orvane Web: there is no such member.'
-      : plugin.link.complaint || (HostLink.fits(operation) ? '' : sentences.tooLarge);
+      : plugin.link.complaint || ((text.length < HostLink.alwaysFits || HostLink.fits(operation)) ? '' : sentences.tooLarge);
     if (!operation || obstacle) {
       return ['unsent', obstacle];
     }

@@ -5,25 +5,28 @@
 
 /**
  * Does what the page sees in order, one after the other, and none of it while it is held. A message channel and not a
- * timer: timers are slowed down in tabs that nobody sees.
+ * timer: timers are slowed down in tabs that nobody sees. Each turn is a microtask in the end, since Firefox runs tasks,
+ * but no microtasks of the page's window, while a script of the page waits for an alert or a synchronous request.
  */
 class TaskQueue {
-  constructor() {
+  /** @param {() => void} onDone told when all of one moment has run */
+  constructor(onDone) {
+    this.onDone = onDone;
     /** @type {{run: () => void, kind: WorkKind}[]} */
     this.work = [];
     this.holds = 0;
     this.isHearing = false;
+    this.isScheduled = false;
     this.turn = new MessageChannel();
-    this.turn.port1.onmessage = () => this.runOne();
+    this.turn.port1.onmessage = () => queueMicrotask(() => this.runOne());
   }
 
   /**
-   * Runs it, which hears a message of the background. That comes in a task of its own: in Chromium, where none comes
-   * while the page's script or a request of the page is under way, the first work needs no other.
+   * Runs it, which hears a message of the background. That comes in a task of its own: the first work needs no other.
    * @param {() => void} hear
    */
   hearing(hear) {
-    this.isHearing = !isFirefox;
+    this.isHearing = true;
     try {
       hear();
     } finally {
@@ -56,6 +59,10 @@ class TaskQueue {
 
   /** @private @param {boolean} inThisTask behind the jobs of promises that wait already */
   schedule(inThisTask) {
+    if (this.isScheduled) {
+      return;
+    }
+    this.isScheduled = true;
     if (inThisTask) {
       queueMicrotask(() => this.runOne());
     } else {
@@ -65,6 +72,7 @@ class TaskQueue {
 
   /** @private */
   runOne() {
+    this.isScheduled = false;
     if (this.holds > 0) {
       return;
     }
@@ -72,6 +80,7 @@ class TaskQueue {
     const pieces = this.work.splice(0, end || this.work.length);
     try {
       pieces.forEach(({ run }) => run());
+      this.onDone();
     } finally {
       if (this.work.length > 0) {
         this.schedule(pieces.at(-1)?.kind === 'promise');

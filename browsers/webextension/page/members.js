@@ -24,7 +24,8 @@
   const dispatch = uncurried(EventTarget.prototype.dispatchEvent);
   const listen = uncurried(EventTarget.prototype.addEventListener);
   const unlisten = uncurried(EventTarget.prototype.removeEventListener);
-  const detailOf = getterOf(CustomEvent.prototype, 'detail');
+  const textOf = getterOf(CharacterData.prototype, 'data');
+  const setText = uncurried(/** @type {Function} */ (getOwnPropertyDescriptor(CharacterData.prototype, 'data')?.set));
   const relatedTargetOf = getterOf(MouseEvent.prototype, 'relatedTarget');
 
   const attributeOf = uncurried(Element.prototype.getAttribute);
@@ -37,20 +38,18 @@
   const native = Symbol.for('orvane-web.native');
   const promisesKey = Symbol.for('orvane-web.promises');
 
-  /** @type {EventTarget | null} a node of the extension's, in no document */
+  /** @type {CharacterData | null} a text of the extension's, in no document: what it says goes with the next event */
   let channel = null;
-  let reply = '';
 
   // ---- Asking the content script ----
 
   /**
-   * An event that names an element, or null for what is not even a node. One that can be prevented asks whether
-   * the element is one of ours, and is prevented then.
-   * @type {(element: any, cancelable: boolean) => MouseEvent | null}
+   * An event that names an element, or null for what is not even a node.
+   * @type {(kind: 'request' | 'question', element: any) => MouseEvent | null}
    */
-  function naming(element, cancelable) {
+  function naming(kind, element) {
     try {
-      return new MouseEvent('element', bare({ relatedTarget: element, cancelable }));
+      return new MouseEvent(kind, /** @type {any} */ ({ __proto__: null, relatedTarget: element, cancelable: true }));
     } catch {
       return null;
     }
@@ -61,26 +60,29 @@
    * @type {(element: any, request: string) => string}
    */
   function ask(element, request) {
-    const concerned = naming(element, false);
-    if (concerned === null) {
+    const event = naming('request', element);
+    if (event === null) {
       return '["none",null]';
     }
-    reply = '';
+    let reply = request;
     if (channel !== null) {
-      dispatch(channel, concerned);
-      dispatch(channel, new CustomEvent('request', bare({ detail: request })));
+      setText(channel, request);
+      dispatch(channel, event);
+      reply = textOf(channel);
+      setText(channel, '');
     }
-    if (reply === '') {
-      rejectAll();
+    if (reply !== request) {
+      return reply;
     }
-    return reply || orphaned;
+    rejectAll();
+    return orphaned;
   }
 
   /** @param {any} element */
   function isOurs(element) {
-    const question = naming(element, true);
+    const question = naming('question', element);
     if (question !== null && channel !== null && !dispatch(channel, question)) {
-      return true;
+      return true;  // prevented: yes
     }
     const answer = ask(element, '["use"]');
     return answer === '["ours",null]' ||
@@ -88,11 +90,17 @@
   }
 
   /**
-   * Asks, and takes back what was mentioned when nothing was sent.
-   * @type {(element: any, request: string, mentions: PageMentions) => any}
+   * Asks, and takes back what was mentioned when nothing was sent. When the page has been made to forget on the way what
+   * a lost host held, so are the mentions, and the request is made again.
+   * @type {(element: any, request: (mentions: PageMentions) => string) => any}
    */
-  function demand(element, request, mentions) {
-    const answer = parse(ask(element, request));
+  function demand(element, request) {
+    /** @type {PageMentions} */
+    const mentions = { last: null };
+    const answer = parse(ask(element, request(mentions)));
+    if (answer[0] === 'again') {
+      return demand(element, request);
+    }
     if (answer[0] === 'unsent' || answer[0] === 'none') {
       for (let each = mentions.last; each; each = each.next) {
         release(each.id, 1);
@@ -115,29 +123,17 @@
     }
   }
 
-  /**
-   * Asks for the element first, whose beginning may make the page forget what a lost host held: no argument may be
-   * mentioned before.
-   * @type {(element: any, name: string, args: any[], way?: string) => any}
-   */
-  function callMethod(element, name, args, way = '"call"') {
-    isOurs(element);
-    /** @type {PageMentions} */
-    const mentions = { last: null };
-    return demand(element, '[' + way + ',' + stringify('' + name) + ',' + encodeAll(args, mentions) + ']', mentions);
-  }
+  /** @type {(element: any, name: string, args: any[], way?: string) => any} */
+  const callMethod = (element, name, args, way = '"call"') => demand(element,
+    (mentions) => '[' + way + ',' + stringify('' + name) + ',' + encodeAll(args, mentions) + ']');
 
   /** @type {(element: any, name: string, way?: string) => any} */
   const getProperty = (element, name, way = '"get"') =>
-    demand(element, '[' + way + ',' + stringify('' + name) + ']', { last: null });
+    demand(element, () => '[' + way + ',' + stringify('' + name) + ']');
 
   /** @type {(element: any, name: string, value: any, way?: string) => any} */
-  function setProperty(element, name, value, way = '"set"') {
-    isOurs(element);
-    /** @type {PageMentions} */
-    const mentions = { last: null };
-    demand(element, '[' + way + ',' + stringify('' + name) + ',' + encode(value, mentions) + ']', mentions);
-  }
+  const setProperty = (element, name, value, way = '"set"') => demand(element,
+    (mentions) => '[' + way + ',' + stringify('' + name) + ',' + encode(value, mentions) + ']');
 
   // ---- What the host tells ----
 
@@ -172,6 +168,21 @@
       args[i] = decode(args[i]);
     }
     apply(callee, object, args);  // what it throws is reported as uncaught, since this is a listener
+  }
+
+  /** What the channel says, which is taken by that. @returns {string} */
+  function takeText() {
+    const text = textOf(channel);
+    setText(channel, '');
+    return text;
+  }
+
+  /** Only the last of them may be a call, whose errors go to the page. */
+  function hearAll() {
+    const tells = parse(takeText());
+    for (let i = 0; i < tells.length; ++i) {
+      hear(tells[i]);
+    }
   }
 
   /** @param {any[]} tell */
@@ -311,12 +322,8 @@
   function take(event) {
     unlisten(page, 'orvane-web:channel', take);
     channel = relatedTargetOf(event);
-    listen(channel, 'names', (/** @type {Event} */ named) => defineMembers(parse(detailOf(named))));
-    listen(channel, 'reply', (/** @type {Event} */ answer) => {
-      reply = detailOf(answer);
-    });
-    listen(channel, 'tell', (/** @type {Event} */ told) => hear(parse(detailOf(told))));
-    dispatch(channel, new CustomEvent('taken'));
+    defineMembers(parse(takeText()));
+    listen(channel, 'tell', hearAll);
     listen(page, 'orvane-web:page', rejectAll);
   }
 

@@ -56,8 +56,11 @@ bool RequestWorker::isDone() const {
 
 void RequestWorker::addRequest(HttpRequest* request) {
   std::unique_ptr<HttpRequest> owned(request);
-  OvLock lock(&_mutex);
-  _queue.push_back(std::move(owned));
+  {
+    OvLock lock(&_mutex);
+    _queue.push_back(std::move(owned));
+  }
+  // Not with the lock held, which the woken thread would wait for at once.
   ov_cond_signal(&_condition);
 }
 

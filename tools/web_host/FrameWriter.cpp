@@ -8,9 +8,9 @@
 #include <cerrno>
 #include <cstring>
 #include <stdexcept>
+#include <system_error>
 #include <utility>
 
-#include "tools/npapi_host/MainLoop.h"
 #include "tools/web_host/FrameParser.h"
 #include "tools/web_host/Pieces.h"
 
@@ -18,34 +18,79 @@ namespace web_host {
 
 static constexpr int kLastMilliseconds = 500;
 
+namespace {
+
+struct HeldSource {
+  GSource source;
+  FrameWriter* writer;
+};
+
+FrameWriter* writerOf(GSource* source) {
+  return reinterpret_cast<HeldSource*>(source)->writer;
+}
+
+}  // namespace
+
 FrameWriter::FrameWriter(int output) : _output(output) {
   if (pipe2(_stop, O_CLOEXEC) != 0) {
     throw std::runtime_error(std::string("there is no pipe to be had: ") + std::strerror(errno));
   }
   fcntl(_output, F_SETFL, fcntl(_output, F_GETFL) | O_NONBLOCK);
-  _thread = std::thread([this] { run(); });
+  static GSourceFuncs functions = sourceFunctions();
+  _source = g_source_new(&functions, sizeof(HeldSource));
+  reinterpret_cast<HeldSource*>(_source)->writer = this;
+  g_source_attach(_source, nullptr);
 }
 
 FrameWriter::~FrameWriter() {
   finish();
+  g_source_destroy(_source);
+  g_source_unref(_source);
   close(_stop[0]);
 }
 
+// The main loop asks each time before it sleeps: a timer would have to be made and freed for each
+// message, and would mostly find that others have taken it along.
+GSourceFuncs FrameWriter::sourceFunctions() {
+  return {[](GSource* source, gint* timeout) -> gboolean {
+            *timeout = writerOf(source)->millisecondsToHeld();
+            return *timeout == 0;
+          },
+          [](GSource* source) -> gboolean { return writerOf(source)->millisecondsToHeld() == 0; },
+          [](GSource* source, GSourceFunc, gpointer) -> gboolean {
+            writerOf(source)->writeHeldNow();
+            return G_SOURCE_CONTINUE;
+          },
+          nullptr,
+          nullptr,
+          nullptr};
+}
+
+// -1 when nothing is held.
+int FrameWriter::millisecondsToHeld() const {
+  if (_held.empty()) {
+    return -1;
+  }
+  const auto left = std::chrono::ceil<std::chrono::milliseconds>(_heldUntil - Clock::now());
+  return static_cast<int>(std::max<int64_t>(left.count(), 0));
+}
+
 void FrameWriter::finish() {
-  if (!_thread.joinable()) {
-    return;
-  }
-  if (_timer != 0) {
-    g_source_remove(std::exchange(_timer, 0));
-  }
   {
     std::lock_guard<std::mutex> lock(_mutex);
+    if (_finishing) {
+      return;
+    }
     takeHeld();
     _finishing = true;
   }
-  _changed.notify_one();
   close(_stop[1]);
-  _thread.join();
+  if (_thread.joinable()) {
+    _changed.notify_one();
+    _thread.join();
+  } else {
+    run();
+  }
 }
 
 void FrameWriter::write(const std::string& message) {
@@ -58,11 +103,26 @@ void FrameWriter::writeHeld() {
     std::lock_guard<std::mutex> lock(_mutex);
     takeHeld();
     writeAtOnce();
-    if (_frames.empty()) {
+    if (_frames.empty() || _finishing) {
       return;
     }
   }
-  _changed.notify_one();
+  if (_thread.joinable()) {
+    _changed.notify_one();
+  } else {
+    startThread();
+  }
+}
+
+// Where the system has no thread for it, the browser is waited for.
+void FrameWriter::startThread() {
+  try {
+    _thread = std::thread([this] { run(); });
+  } catch (const std::system_error&) {
+    std::unique_lock<std::mutex> lock(_mutex);
+    while (!_frames.empty() && writeFirst(&lock)) {
+    }
+  }
 }
 
 // With the lock held. What does not go without waiting is left to the thread.
@@ -85,38 +145,11 @@ void FrameWriter::writeSoon(const std::string& message, std::chrono::millisecond
   const Clock::time_point until = Clock::now() + longest;
   _heldUntil = _held.empty() ? until : std::min(until, _heldUntil);
   _held.push_back(message);
-  startTimer();
 }
 
 void FrameWriter::writeHeldNow() {
   if (!_held.empty()) {
     writeHeld();
-  }
-}
-
-// One that is under way for others stays as it is, unless this is due earlier.
-void FrameWriter::startTimer() {
-  if (_timer != 0 && _timerEnd <= _heldUntil) {
-    return;
-  }
-  if (_timer != 0) {
-    g_source_remove(_timer);
-  }
-  const auto left = std::chrono::ceil<std::chrono::milliseconds>(_heldUntil - Clock::now());
-  _timerEnd = _heldUntil;
-  _timer = npapi_host::MainLoop::postLater(
-      static_cast<unsigned>(std::max<int64_t>(left.count(), 0)), [this] { onTime(); });
-}
-
-void FrameWriter::onTime() {
-  _timer = 0;
-  if (_held.empty()) {
-    return;
-  }
-  if (_heldUntil <= Clock::now()) {
-    writeHeld();
-  } else {
-    startTimer();
   }
 }
 
@@ -163,26 +196,27 @@ bool FrameWriter::writeAll(const std::string& frame) {
   return true;
 }
 
-void FrameWriter::run() {
-  for (;;) {
-    std::unique_lock<std::mutex> lock(_mutex);
-    _changed.wait(lock, [this] { return !_frames.empty() || _finishing; });
-    if (_frames.empty()) {
-      return;
-    }
-    const std::string frame = std::move(_frames.front());
-    _frames.pop_front();
-    _writing = true;
-    lock.unlock();
-    const bool written = writeAll(frame);
-    lock.lock();
-    _writing = false;
-    if (!written) {
-      _broken = true;
-      _frames.clear();
-      return;
-    }
+// False, with nothing left to write, when the browser has gone.
+bool FrameWriter::writeFirst(std::unique_lock<std::mutex>* lock) {
+  const std::string frame = std::move(_frames.front());
+  _frames.pop_front();
+  _writing = true;
+  lock->unlock();
+  const bool written = writeAll(frame);
+  lock->lock();
+  _writing = false;
+  if (!written) {
+    _broken = true;
+    _frames.clear();
   }
+  return written;
+}
+
+void FrameWriter::run() {
+  std::unique_lock<std::mutex> lock(_mutex);
+  do {
+    _changed.wait(lock, [this] { return !_frames.empty() || _finishing; });
+  } while (!_frames.empty() && writeFirst(&lock));
 }
 
 }  // namespace web_host

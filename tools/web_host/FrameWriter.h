@@ -15,8 +15,8 @@
 namespace web_host {
 
 // Writes messages in order: at once as far as the browser reads, the rest on a thread of its own,
-// so that a browser that does not read keeps nobody waiting. What cannot be written is dropped: the
-// reader hears of the browser's end.
+// which begins with the first rest, so that a browser that does not read keeps nobody waiting. What
+// cannot be written is dropped: the reader hears of the browser's end.
 class FrameWriter {
  public:
   // The descriptor stays open.
@@ -32,20 +32,24 @@ class FrameWriter {
   // Main thread: a message of JSON, in pieces when it is large.
   void write(const std::string& message);
   // The same for a message that nobody waits for: it goes before the next one, in one frame with
-  // it, or alone after `longest`. By the main loop's timer: the thread need not be woken for it.
+  // it, or alone after `longest`, by the main loop: the thread need not be woken for it.
   void writeSoon(const std::string& message, std::chrono::milliseconds longest);
   // What waits for company goes now.
   void writeHeldNow();
-  // Main thread: gives what is left half a second, and ends the thread.
+  // Main thread: gives what is left half a second, and ends the thread. Nothing is written after
+  // it.
   void finish();
 
  private:
   using Clock = std::chrono::steady_clock;
 
+  static GSourceFuncs sourceFunctions();
+
   void run();
+  bool writeFirst(std::unique_lock<std::mutex>* lock);
+  void startThread();
   void writeHeld();
-  void startTimer();
-  void onTime();
+  int millisecondsToHeld() const;
   void takeHeld();
   void add(const std::string& message);
   void writeAtOnce();
@@ -58,8 +62,8 @@ class FrameWriter {
   uint64_t _lastId = 0;
   std::vector<std::string> _held;  // before all that is written later
   Clock::time_point _heldUntil;
-  guint _timer = 0;  // may go off when others are held by then
-  Clock::time_point _timerEnd;
+  GSource* _source;  // goes off then
+  std::thread _thread;
   std::mutex _mutex;
   std::condition_variable _changed;
   // Guarded by _mutex:
@@ -67,7 +71,6 @@ class FrameWriter {
   bool _writing = false;  // the thread is, without the lock
   bool _finishing = false;
   bool _broken = false;  // nothing can be written any more
-  std::thread _thread;
 };
 
 }  // namespace web_host

@@ -52,6 +52,15 @@ function(orvane_system_headers)
   endforeach()
 endfunction()
 
+# Puts what the target uses of the C++ library into its file: to find, map and bind that library takes a page's
+# host a fifth of its start. Only for files that exchange nothing but C. The unwinder stays a library, so that
+# exceptions from elsewhere are still caught.
+function(orvane_link_cxx_library_in target)
+  if(CMAKE_BUILD_TYPE STREQUAL "Release" AND NOT ORVANE_SANITIZE)
+    target_link_options(${target} PRIVATE -static-libstdc++ -Wl,--gc-sections)
+  endif()
+endfunction()
+
 # orvane_test(NAME SOURCES a.cpp b.cpp [LIBS x y] [LABELS l] [ENVIRONMENT A=b ...] [TIMEOUT s]
 #             [SERIAL] [RESOURCE_LOCK name] [NEEDS target ...])
 # One test program; each of its cases becomes a ctest entry of its own. NEEDS names programs that

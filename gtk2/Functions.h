@@ -1,9 +1,9 @@
 #ifndef GTK2_FUNCTIONS_H_
 #define GTK2_FUNCTIONS_H_
 
-// Every function of GTK 2 and of the libraries below it (GDK, GdkPixbuf, GIO, Xlib) that the module
-// and the programs beside it call. A call of one that is missing here does not link. The assembler
-// reads this as well.
+// Every function of GTK 2 and of the libraries below it (GDK, GdkPixbuf, GIO, GObject, Xlib, but
+// not GLib) that the module and the programs beside it call. A call of one that is missing here
+// does not link. The assembler reads this as well.
 // clang-format off
 #define GTK2_FUNCTIONS(FUNCTION) \
   FUNCTION(XChangeProperty) \
@@ -26,11 +26,24 @@
   FUNCTION(XSetSelectionOwner) \
   FUNCTION(XSetTransientForHint) \
   FUNCTION(XTranslateCoordinates) \
+  FUNCTION(g_object_ref) \
+  FUNCTION(g_object_ref_sink) \
+  FUNCTION(g_object_unref) \
+  FUNCTION(g_signal_add_emission_hook) \
+  FUNCTION(g_signal_connect_data) \
+  FUNCTION(g_signal_handlers_disconnect_matched) \
+  FUNCTION(g_signal_lookup) \
+  FUNCTION(g_signal_remove_emission_hook) \
   FUNCTION(g_subprocess_communicate_utf8_async) \
   FUNCTION(g_subprocess_communicate_utf8_finish) \
   FUNCTION(g_subprocess_force_exit) \
   FUNCTION(g_subprocess_get_type) \
   FUNCTION(g_subprocess_new) \
+  FUNCTION(g_type_check_instance_cast) \
+  FUNCTION(g_type_check_instance_is_a) \
+  FUNCTION(g_type_class_ref) \
+  FUNCTION(g_type_class_unref) \
+  FUNCTION(g_value_get_object) \
   FUNCTION(gdk_display_get_default) \
   FUNCTION(gdk_error_trap_pop) \
   FUNCTION(gdk_error_trap_push) \

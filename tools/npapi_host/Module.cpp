@@ -5,8 +5,9 @@
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
-#include <sstream>
 #include <vector>
+
+#include "tools/npapi_host/Text.h"
 
 namespace fs = std::filesystem;
 
@@ -24,11 +25,9 @@ std::vector<fs::path> searchDirectories() {
   std::vector<fs::path> directories = {program, program / "../lib",
                                        program / "../../browsers/npapi_linux"};
   if (const char* path = std::getenv("MOZ_PLUGIN_PATH")) {
-    std::istringstream entries(path);
-    for (std::string entry; std::getline(entries, entry, ':');) {
-      if (!entry.empty()) {  // which would be the directory that the program was started in
-        directories.emplace_back(entry);
-      }
+    // An empty entry would be the directory that the program was started in.
+    for (const std::string& entry : colonSeparated(path)) {
+      directories.emplace_back(entry);
     }
   }
   if (const char* home = std::getenv("HOME")) {

@@ -1,5 +1,7 @@
 #include "tools/npapi_host/Text.h"
 
+#include <algorithm>
+
 namespace npapi_host {
 namespace {
 
@@ -92,6 +94,18 @@ Utf16 utf16FromUtf8(const char* bytes, size_t length) {
     }
   }
   return out;
+}
+
+std::vector<std::string> colonSeparated(std::string_view list) {
+  std::vector<std::string> entries;
+  while (!list.empty()) {
+    const std::string_view entry = list.substr(0, list.find(':'));
+    if (!entry.empty()) {
+      entries.emplace_back(entry);
+    }
+    list.remove_prefix(std::min(entry.size() + 1, list.size()));
+  }
+  return entries;
 }
 
 }  // namespace npapi_host

@@ -4,6 +4,8 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <string_view>
+#include <vector>
 
 namespace npapi_host {
 
@@ -13,6 +15,9 @@ using Utf16 = std::basic_string<uint16_t>;
 // U+FFFD.
 std::string utf8FromUtf16(const uint16_t* text, size_t length);
 Utf16 utf16FromUtf8(const char* bytes, size_t length);
+
+// What stands between the colons of a list, as of directories; nothing for an empty place.
+std::vector<std::string> colonSeparated(std::string_view list);
 
 }  // namespace npapi_host
 

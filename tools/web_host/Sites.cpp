@@ -10,9 +10,9 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
-#include <sstream>
 #include <stdexcept>
 
+#include "tools/npapi_host/Text.h"
 #include "tools/web_host/FdGuard.h"
 
 namespace fs = std::filesystem;
@@ -40,11 +40,9 @@ std::string environment(const char* name) {
 // /etc/xdg first, whatever the environment says.
 std::vector<std::string> administratorFiles() {
   std::vector<std::string> files = {std::string("/etc/xdg/") + kDirectory + "/" + kName};
-  std::istringstream entries(environment("XDG_CONFIG_DIRS"));
-  for (std::string entry; std::getline(entries, entry, ':');) {
+  for (const std::string& entry : npapi_host::colonSeparated(environment("XDG_CONFIG_DIRS"))) {
     const std::string file = entry + "/" + kDirectory + "/" + kName;
-    if (!entry.empty() && entry[0] == '/' &&
-        std::find(files.begin(), files.end(), file) == files.end()) {
+    if (entry[0] == '/' && std::find(files.begin(), files.end(), file) == files.end()) {
       files.push_back(file);
     }
   }

@@ -2,8 +2,8 @@
 (() => {
   'use strict';
 
-  const promises = Symbol.for('orvane-web.promises');
   const element = document.querySelector('embed');
+  let promises;  // as the promise API keeps it
   let echoes = 0;
   const echoed = new Map();
 
@@ -27,7 +27,8 @@
   const contestants = {
     echo: (size) => echo('x'.repeat(size)),
     promise: (size) => new Promise((resolve, reject) => {
-      element[promises].call('pellionHttpRequestAsync', 'POST', path(size), '', resolve).catch(reject);
+      promises ??= element[Symbol.for('orvane-web.promises')];
+      promises.call('pellionHttpRequestAsync', 'POST', path(size), '', resolve).catch(reject);
     }),
     callback: (size) => new Promise((resolve) => {
       element.pellionHttpRequestAsync('POST', path(size), '', resolve);

@@ -20,7 +20,8 @@ class ElementFinder {
     this.end = end;
     this.begun = begun;
     this.tree = new MutationObserver((records) => this.read(records));
-    this.types = new MutationObserver((records) => this.readTypes(records));
+    /** @type {MutationObserver | undefined} of the types of elements that may be ours */
+    this.types = undefined;
     this.isWatching = false;
     /** @type {Element | null} the document's, as last seen */
     this.root = null;
@@ -35,7 +36,7 @@ class ElementFinder {
   catchUp() {
     if (this.isWatching) {
       this.read(this.tree.takeRecords());
-      this.readTypes(this.types.takeRecords());
+      this.readTypes(this.types?.takeRecords() ?? []);
     }
   }
 
@@ -157,6 +158,7 @@ class ElementFinder {
   /** The type may come, change and go while the element stays. @param {Element} element */
   watchType(element) {
     this.watchTree();
+    this.types ??= new MutationObserver((records) => this.readTypes(records));
     this.types.observe(element, { attributes: true, attributeFilter: ['type'] });
   }
 

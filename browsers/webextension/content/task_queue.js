@@ -17,8 +17,8 @@ class TaskQueue {
     this.holds = 0;
     this.isHearing = false;
     this.isScheduled = false;
-    this.turn = new MessageChannel();
-    this.turn.port1.onmessage = () => queueMicrotask(() => this.runOne());
+    /** @type {MessagePort | undefined} */
+    this.turn = undefined;
   }
 
   /**
@@ -66,8 +66,16 @@ class TaskQueue {
     if (inThisTask) {
       queueMicrotask(() => this.runOne());
     } else {
-      this.turn.port2.postMessage(0);
+      this.turn ??= this.openTurn();
+      this.turn.postMessage(0);
     }
+  }
+
+  /** What is posted to it has its turn in a task of its own. @private */
+  openTurn() {
+    const { port1, port2 } = new MessageChannel();
+    port1.onmessage = () => queueMicrotask(() => this.runOne());
+    return port2;
   }
 
   /** @private */

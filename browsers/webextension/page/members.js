@@ -7,6 +7,7 @@
 (() => {
   const { Error, TypeError, CustomEvent, MouseEvent, Promise, Symbol } = globalThis;
   const { apply, defineProperty, getOwnPropertyDescriptor } = Reflect;
+  const { defineProperties } = Object;
   const { parse, stringify } = JSON;
   const page = document;
 
@@ -295,24 +296,22 @@
     set: undefined,
   };
 
-  /** @type {(prototype: object, name: PropertyKey, member: {get: any, set: any}) => void} */
-  function define(prototype, name, member) {
-    defineProperty(prototype, name, bare({ get: member.get, set: member.set, enumerable: false, configurable: true }));
-  }
+  /** @type {(member: {get: any, set: any}) => any} */
+  const accessor = ({ get, set }) => ({ __proto__: null, get, set, enumerable: false, configurable: true });
 
   /** @type {(names: {methods: string[], properties: string[]}) => void} */
-  function defineMembers(names) {
-    const prototypes = [HTMLEmbedElement.prototype, HTMLObjectElement.prototype];
-    for (let i = 0; i < names.methods.length; ++i) {
-      const member = methodMember(names.methods[i]);
-      define(prototypes[0], names.methods[i], member);
-      define(prototypes[1], names.methods[i], member);
+  function defineMembers({ methods, properties }) {
+    /** @type {any} */
+    const shared = { __proto__: null, [promisesKey]: accessor(promisesMember) };
+    for (let i = 0; i < methods.length; ++i) {
+      shared[methods[i]] = accessor(methodMember(methods[i]));
     }
+    const prototypes = [HTMLEmbedElement.prototype, HTMLObjectElement.prototype];
     for (let p = 0; p < prototypes.length; ++p) {
-      for (let i = 0; i < names.properties.length; ++i) {
-        define(prototypes[p], names.properties[i], propertyMember(prototypes[p], names.properties[i]));
+      defineProperties(prototypes[p], shared);
+      for (let i = 0; i < properties.length; ++i) {
+        defineProperty(prototypes[p], properties[i], accessor(propertyMember(prototypes[p], properties[i])));
       }
-      define(prototypes[p], promisesKey, promisesMember);
     }
   }
 

@@ -23,7 +23,7 @@ bool exchange(int connection, int port, const std::string& request, size_t respo
   while (response->size() < responseSize) {
     const ssize_t got = recv(connection, buffer, sizeof(buffer), 0);
     if (got <= 0) {
-      return false;
+      return got == 0 && responseSize == kUntilItCloses;
     }
     response->append(buffer, static_cast<size_t>(got));
   }

@@ -1,13 +1,18 @@
 // The least that a native messaging host can be: sends each frame back as it came, and ends with
-// its input. A frame with "again" in it goes once more each second, until another one comes.
+// its input. A frame with "again" in it goes once more each second, until another one comes. For
+// one with "ask" in it, the application at that port is asked first what the module asks for a
+// request.
 
 #include <poll.h>
 #include <unistd.h>
 
 #include <cstdint>
+#include <cstdlib>
 #include <cstring>
 #include <string_view>
 #include <vector>
+
+#include "bench/BareExchange.h"
 
 namespace {
 
@@ -45,6 +50,21 @@ bool repeatUntilInput(const std::vector<char>& frame) {
   return true;
 }
 
+bool askWhereItSaysSo(std::string_view frame) {
+  constexpr std::string_view kAsk = "\"ask\":";
+  const size_t found = frame.find(kAsk);
+  if (found == std::string_view::npos) {
+    return true;
+  }
+  const int port = std::atoi(frame.data() + found + kAsk.size());
+  return !bench::bareExchange(port, bench::requestText("GET", "/v4/pellion/version", ""),
+                              bench::kUntilItCloses)
+              .empty() &&
+         !bench::bareExchange(port, bench::requestText("POST", "/bench/size/200", ""),
+                              bench::kUntilItCloses)
+              .empty();
+}
+
 }  // namespace
 
 int main() {
@@ -53,7 +73,9 @@ int main() {
     uint32_t length = 0;
     std::memcpy(&length, frame.data(), sizeof(length));
     frame.resize(sizeof(length) + length);
-    if (!readAll(frame.data() + sizeof(length), length) || !writeAll(frame.data(), frame.size())) {
+    if (!readAll(frame.data() + sizeof(length), length) ||
+        !askWhereItSaysSo({frame.data() + sizeof(length), length}) ||
+        !writeAll(frame.data(), frame.size())) {
       return 1;
     }
   }

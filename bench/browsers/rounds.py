@@ -15,7 +15,7 @@ MS = 1e6  # nanoseconds
 
 # Turns: the page's names of the ways that alternate, and the characters of their answers. Those of one turn leave
 # nothing to do behind them, which the next would wait for.
-CALLS = ({'echo': SMALL, 'promise': SMALL}, {'callback': SMALL}, {'request': SMALL}, {'version': 0})
+CALLS = ({'echo': SMALL, 'asked': SMALL, 'promise': SMALL}, {'callback': SMALL}, {'request': SMALL}, {'version': 0})
 
 
 @dataclass
@@ -69,6 +69,7 @@ class Rounds:
         return self.measured
 
     def calls(self):
+        self.stage.order('application', self.stage.application_port())
         for turn in CALLS:
             self.stage.order('calls', turn, 5)
         for _ in range(self.plan.rounds):

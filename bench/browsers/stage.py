@@ -192,6 +192,10 @@ class Stage:
             raise RuntimeError('the application does not start')
         return application
 
+    def application_port(self):
+        address = (self.home / '.orvane/pellion/var/run/http.uri').read_text(encoding='utf-8')
+        return int(address.rpartition(':')[2].rstrip('/'))
+
     def end_application(self):
         self.application.stdin.close()
         self.application.wait(30)

@@ -4,6 +4,7 @@
 
   const element = document.querySelector('embed');
   let promises;  // as the promise API keeps it
+  let application;  // its port
   let echoes = 0;
   const echoed = new Map();
 
@@ -13,11 +14,11 @@
     echoed.delete(n);
   });
 
-  function echo(text) {
+  function echo(what) {
     const n = ++echoes;
     return new Promise((resolve) => {
       echoed.set(n, resolve);
-      document.dispatchEvent(new CustomEvent('echo:there', { detail: JSON.stringify({ n, text }) }));
+      document.dispatchEvent(new CustomEvent('echo:there', { detail: JSON.stringify({ n, ...what }) }));
     });
   }
 
@@ -25,7 +26,8 @@
 
   // Each from the page to the other end and back, with an answer of `size` characters.
   const contestants = {
-    echo: (size) => echo('x'.repeat(size)),
+    echo: (size) => echo({ text: 'x'.repeat(size) }),
+    asked: (size) => echo({ ask: application, text: 'x'.repeat(size) }),
     promise: (size) => new Promise((resolve, reject) => {
       promises ??= element[Symbol.for('orvane-web.promises')];
       promises.call('pellionHttpRequestAsync', 'POST', path(size), '', resolve).catch(reject);
@@ -78,6 +80,7 @@
   }
 
   const commands = {
+    application: (port) => (application = port),
     calls,
     first,
     wait: (ms) => element.pellionHttpRequest('POST', `/bench/wait/${ms}`, ''),

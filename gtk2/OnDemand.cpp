@@ -1,10 +1,12 @@
 #include "gtk2/OnDemand.h"
 
 #include <dlfcn.h>
+#include <link.h>
 
 #include <cstdio>
 #include <cstdlib>
 #include <mutex>
+#include <string_view>
 
 namespace {
 
@@ -60,8 +62,12 @@ bool load(std::string* error) {
 }
 
 bool isLoaded() {
-  void* library = dlopen(kLibrary, RTLD_LAZY | RTLD_NOLOAD);
-  return library != nullptr && dlclose(library) == 0;
+  // Not by dlopen(), which would look for the file.
+  const auto isIt = [](dl_phdr_info* info, size_t, void*) -> int {
+    const std::string_view name = info->dlpi_name;
+    return name.substr(name.rfind('/') + 1) == kLibrary ? 1 : 0;
+  };
+  return dl_iterate_phdr(isIt, nullptr) != 0;
 }
 
 }  // namespace gtk2

@@ -21,7 +21,7 @@ class PluginArea {
     this.host = PluginArea.outside.createElement(PluginArea.hostName);
     this.box = PluginArea.outside.createElement('div');
     this.content = PluginArea.outside.createElement('div');
-    this.label = extension.i18n.getMessage('areaLabel');
+    this.label = textFor('areaLabel');
     /** @type {HTMLCanvasElement | null} */
     this.picture = null;
     this.keeps = 0;
@@ -221,6 +221,6 @@ class PluginArea {
   /** Nothing works here, and why. @param {string} complaint */
   showBroken(complaint) {
     this.complaint = complaint;
-    this.say(extension.i18n.getMessage('areaBroken'), complaint);
+    this.say(textFor('areaBroken'), complaint);
   }
 }

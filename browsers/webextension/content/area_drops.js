@@ -54,9 +54,9 @@ class AreaDrops {
   /** The drop window has been opened or closed. @param {boolean} open */
   showWindow(open) {
     if (open) {
-      this.offer(extension.i18n.getMessage('areaWindowOpen'));
+      this.offer(textFor('areaWindowOpen'));
     } else if (this.offers) {
-      this.offer(extension.i18n.getMessage('areaOffer'));
+      this.offer(textFor('areaOffer'));
     }
   }
 
@@ -124,7 +124,7 @@ class AreaDrops {
     this.possible = error === undefined;
     if (error !== undefined) {
       console.warn(error);
-      this.offer(extension.i18n.getMessage('areaOffer'));
+      this.offer(textFor('areaOffer'));
     } else if (this.offers) {
       this.offers = false;
       this.area.sayLabel();
@@ -151,7 +151,7 @@ class AreaDrops {
     console.warn(error);
     if (!this.area.complaint) {
       this.offers = false;
-      this.area.say(extension.i18n.getMessage('areaNoWindow'), error);
+      this.area.say(textFor('areaNoWindow'), error);
     }
   }
 }

@@ -52,6 +52,19 @@ const extension = !isFirefox ? chrome : {
 };
 
 /**
+ * A text for the user. In Chromium an extension that is updated or switched off leaves its scripts in pages, and takes
+ * its texts.
+ * @param {string} name
+ */
+function textFor(name) {
+  try {
+    return extension.i18n.getMessage(name);
+  } catch {
+    return 'Orvane Web';
+  }
+}
+
+/**
  * Whether the document is a file whose origin a sandbox has taken. The browser's word of where it is from does not
  * tell in Firefox, which gives no file an origin; cookies are refused to no other file.
  */

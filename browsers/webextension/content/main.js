@@ -219,6 +219,7 @@ class DocumentPlugins {
   /** @private @param {PageTransitionEvent} event */
   onShown = (event) => {
     if (event.persisted) {
+      this.queue.resume();
       this.finder.search();
     }
   };

@@ -57,6 +57,14 @@ class TaskQueue {
     }
   }
 
+  /** The document is shown again: Firefox has dropped the turn that it was left with. */
+  resume() {
+    this.isScheduled = false;
+    if (this.work.length > 0) {
+      this.schedule(false);
+    }
+  }
+
   /** @private @param {boolean} inThisTask behind the jobs of promises that wait already */
   schedule(inThisTask) {
     if (this.isScheduled) {
@@ -64,17 +72,33 @@ class TaskQueue {
     }
     this.isScheduled = true;
     if (inThisTask) {
-      queueMicrotask(() => this.runOne());
+      this.runInThisTask();
     } else {
-      this.turn ??= this.openTurn();
-      this.turn.postMessage(0);
+      this.openTurn();
     }
   }
 
-  /** What is posted to it has its turn in a task of its own. @private */
+  /**
+   * Promises of ours are not kept waiting as microtasks of the window are: where such a promise's job comes first, a
+   * script of the page stands in between, and the work gets a task behind it.
+   * @private
+   */
+  runInThisTask() {
+    let isLate = false;
+    queueMicrotask(() => isLate ? this.openTurn() : this.runOne());
+    Promise.resolve().then(() => isLate = true);
+  }
+
+  /** A task. @private */
   openTurn() {
+    this.turn ??= this.makeTurns();
+    this.turn.postMessage(0);
+  }
+
+  /** What is posted to it has its turn in a task of its own. @private */
+  makeTurns() {
     const { port1, port2 } = new MessageChannel();
-    port1.onmessage = () => queueMicrotask(() => this.runOne());
+    port1.onmessage = () => this.runInThisTask();
     return port2;
   }
 
